@@ -1,0 +1,290 @@
+#include "zivra/sim/controller.h"
+
+#include <cmath>
+#include <condition_variable>
+#include <stdexcept>
+
+#include "handlers/handlers.h"
+#include "network/dispatch.h"
+#include "network/faults.h"
+#include "network/json_text.h"
+#include "network/server.h"
+#include "world.h"
+
+namespace zivra::sim {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+constexpr auto kTick = 2ms;           // of wall clock while something happens
+constexpr auto kLongestStep = 100ms;  // of wall clock: a machine that stood still doesn't make the arm jump
+constexpr auto kAway = 300ms;         // how long a reboot takes
+constexpr auto kListenAgainInterval = 50ms;  // when the port was taken meanwhile
+
+Options checked(Options options) {
+  if (!(std::isfinite(options.speedFactor) && options.speedFactor > 0))
+    throw std::invalid_argument("the speed factor of the simulated controller must be a positive number");
+  return options;
+}
+}  // namespace
+
+// The network thread answers requests and the time thread lets the world move; both, and the callers of the
+// public operations, work on the world under worldMutex. Nothing is sent while it is held: what is to go out
+// waits in the dispatch and is taken by the network thread.
+struct Controller::Core {
+  explicit Core(Options given)
+      : options(checked(std::move(given))),
+        world(options),
+        dispatch(world, worldMutex, faults),
+        server(options.address, {options.port, options.rtPort}, hooks()) {}
+
+  ServerHooks hooks() {
+    ServerHooks hooks;
+    hooks.frame = [this](LinkId link, std::string_view text) {
+      if (options.trace) options.trace("< " + std::string(text));
+      dispatch.frame(link, text);
+      std::lock_guard lock(worldMutex);
+      noticeChange();
+    };
+    hooks.closed = [this](LinkId link) { dispatch.forget(link); };
+    hooks.takeDeliveries = [this] { return dispatch.takeDeliveries(); };
+    if (options.trace)
+      hooks.sent = [this](std::string_view bytes) {
+        if (bytes.ends_with('\r')) bytes.remove_suffix(1);
+        options.trace("> " + std::string(bytes));
+      };
+    return hooks;
+  }
+
+  // Does something to the world from a public operation and tells everybody concerned.
+  template <typename Change>
+  void change(Change&& change) {
+    {
+      std::lock_guard lock(worldMutex);
+      change(world);
+      dispatch.collectPushes();
+      noticeChange();
+    }
+    server.wake();
+  }
+
+  // With worldMutex held, after anything but the passing of time: wakes those whom it concerns, and nobody
+  // for a mere reading.
+  void noticeChange() {
+    if (timeRests && somethingToDo()) timeWakes.notify_one();
+    if (isIdle()) becameIdle.notify_all();
+  }
+
+  bool somethingToDo() const { return timeEnds || world.busy() || world.restart != Restart::none; }
+  bool isIdle() const { return !world.motion.pending() && !world.moving(); }
+
+  template <typename Read>
+  auto read(Read&& read) const {
+    std::lock_guard lock(worldMutex);
+    return read(world);
+  }
+
+  void runTime();
+  void restart(std::unique_lock<std::mutex>& lock);
+  bool sleepUntil(std::unique_lock<std::mutex>& lock, Clock::time_point until);  // false: time ends
+
+  const Options options;
+  mutable std::mutex worldMutex;
+  mutable std::condition_variable becameIdle;
+  std::condition_variable timeWakes;
+  World world;
+  Faults faults;
+  Dispatch dispatch;
+  Server server;
+  std::mutex lifecycleMutex;  // start and stop, one at a time
+  std::thread time;
+  bool timeEnds = false, timeRests = false;  // under worldMutex
+  std::atomic<bool> refusesLinks{false};     // by stopListening
+  std::atomic<bool> away{false};             // while it reboots, or shut down
+};
+
+bool Controller::Core::sleepUntil(std::unique_lock<std::mutex>& lock, Clock::time_point until) {
+  timeWakes.wait_until(lock, until, [this] { return timeEnds; });
+  return !timeEnds;
+}
+
+void Controller::Core::runTime() {
+  std::unique_lock lock(worldMutex);
+  auto last = Clock::now();
+  while (!timeEnds) {
+    if (world.restart != Restart::none) {
+      restart(lock);
+    } else if (!world.busy()) {
+      timeRests = true;
+      timeWakes.wait(lock, [this] { return somethingToDo(); });
+      timeRests = false;
+    } else {
+      if (!sleepUntil(lock, last + kTick)) return;
+      const auto now = Clock::now();
+      const auto step = std::min<Clock::duration>(now - last, kLongestStep);
+      last = now;
+      world.advance(std::chrono::duration<double>(step).count() * options.speedFactor);
+      dispatch.collectPushes();
+      if (isIdle()) becameIdle.notify_all();
+      if (dispatch.hasDeliveries()) server.wake();
+      continue;
+    }
+    last = Clock::now();
+  }
+}
+
+void Controller::Core::restart(std::unique_lock<std::mutex>& lock) {
+  const bool comesBack = world.restart == Restart::reboot;
+  away = true;
+  lock.unlock();
+  server.stopListening();
+  server.dropLinks(Server::Ending::orderly);
+  lock.lock();
+  world.boot();
+  if (!comesBack) return;
+  auto next = Clock::now() + kAway;
+  while (sleepUntil(lock, next)) {
+    lock.unlock();
+    bool back = true;
+    away = false;
+    try {
+      if (!refusesLinks) server.listen();
+    } catch (const std::runtime_error&) {
+      back = false;
+    }
+    lock.lock();
+    if (back) return;
+    next = Clock::now() + kListenAgainInterval;
+  }
+}
+
+Controller::Controller(Options options) : core_(std::make_shared<Core>(std::move(options))) {}
+
+Controller::~Controller() { stop(); }
+
+void Controller::start() {
+  std::lock_guard lifecycle(core_->lifecycleMutex);
+  if (core_->time.joinable()) return;
+  {
+    std::lock_guard lock(core_->worldMutex);
+    core_->world.boot();
+    core_->timeEnds = false;
+  }
+  core_->refusesLinks = core_->away = false;
+  core_->server.start();
+  core_->time = std::thread([core = core_.get()] { core->runTime(); });
+}
+
+void Controller::stop() {
+  std::lock_guard lifecycle(core_->lifecycleMutex);
+  {
+    std::lock_guard lock(core_->worldMutex);
+    core_->timeEnds = true;
+  }
+  core_->timeWakes.notify_one();
+  if (core_->time.joinable()) core_->time.join();
+  core_->server.stop();
+}
+
+const Options& Controller::options() const { return core_->options; }
+
+void Controller::inject(const Fault& fault) { core_->faults.add(fault); }
+void Controller::clearFaults() { core_->faults.clear(); }
+void Controller::dropLinks() { core_->server.dropLinks(Server::Ending::reset); }
+
+void Controller::stopListening() {
+  core_->refusesLinks = true;
+  core_->server.stopListening();
+}
+
+void Controller::listenAgain() {
+  core_->refusesLinks = false;
+  if (!core_->away) core_->server.listen();
+}
+
+void Controller::stopReading(bool on) { core_->server.stopReading(on); }
+void Controller::sliceFrames(std::size_t bytes) { core_->server.slice(bytes); }
+void Controller::coalesceFrames(std::chrono::milliseconds window) { core_->server.coalesce(window); }
+
+void Controller::sendRaw(const std::string& bytes) {
+  Delivery delivery;
+  delivery.bytes = bytes;
+  delivery.injected = true;
+  core_->change([&](World&) { core_->dispatch.post(std::move(delivery)); });
+}
+
+void Controller::push(const std::string& key, const std::string& payload) {
+  auto value = parseJson(payload);
+  if (!value) throw std::invalid_argument("the payload of a push must be one JSON value: " + payload);
+  core_->change([&](World& w) { w.push(key, std::move(*value)); });
+}
+
+void Controller::pressEmergencyStop() {
+  core_->change([](World& w) { w.pressEmergencyStop(); });
+}
+
+void Controller::releaseEmergencyStop() {
+  core_->change([](World& w) { w.safety.estopPressed = false; });
+}
+
+void Controller::openSafetyGate(bool open) {
+  core_->change([=](World& w) { w.openGate(open); });
+}
+
+void Controller::raiseServoAlarm() {
+  core_->change([](World& w) { w.raiseServoAlarm(); });
+}
+
+void Controller::collide() {
+  core_->change([](World& w) { w.collide(); });
+}
+
+void Controller::failNextMove(int code) {
+  core_->change([=](World& w) { w.motion.failNext(code); });
+}
+
+void Controller::reboot() {
+  core_->change([](World& w) { w.restart = Restart::reboot; });
+}
+
+std::vector<double> Controller::jointPositions() const {
+  return core_->read([](const World& w) { return w.motion.joints(); });
+}
+
+std::string Controller::powerState() const {
+  return core_->read([](const World& w) { return std::string(w.powerText()); });
+}
+
+std::string Controller::operationState() const {
+  return core_->read([](const World& w) { return std::string(w.stateText()); });
+}
+
+std::string Controller::operateMode() const {
+  return core_->read([](const World& w) { return std::string(w.modeText()); });
+}
+
+std::size_t Controller::clients() const { return core_->server.links(); }
+
+std::vector<std::string> Controller::requests() const {
+  return core_->read([this](const World&) {
+    const auto& requests = core_->dispatch.requests();
+    return std::vector<std::string>(requests.begin(), requests.end());
+  });
+}
+
+void Controller::setJointPositions(const std::vector<double>& joints) {
+  core_->change([&](World& w) {
+    w.motion.setJoints(joints);
+    w.forgetMoves();
+  });
+}
+
+bool Controller::waitUntilIdle(std::chrono::milliseconds limit) const {
+  std::unique_lock lock(core_->worldMutex);
+  return core_->becameIdle.wait_for(lock, limit, [this] { return core_->isIdle(); });
+}
+
+std::vector<std::string> handledKeys() { return allHandlers().keys(); }
+
+}  // namespace zivra::sim

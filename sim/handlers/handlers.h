@@ -1,0 +1,64 @@
+// The requests that the simulated controller answers, and how a handler says what it has to say. Handlers run
+// with the world's mutex held, on the network thread; they neither send nor wait.
+#pragma once
+
+#include <functional>
+#include <json/json.h>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "world.h"
+
+namespace zivra::sim {
+
+struct Reply {
+  Json::Value value;
+};
+
+inline Reply ok() { return {0}; }
+inline Reply refuse(int code) { return {code}; }
+inline Reply result(int code) { return {code}; }  // 0 or a refusal
+inline Reply badParameter() { return refuse(-260); }
+inline Reply answer(Json::Value value) { return {std::move(value)}; }
+
+using Handler = std::function<Reply(World&, const Json::Value& parameter)>;
+using BatchHandler = std::function<Reply(World&, const Json::Value& parameter, const std::string& requestId)>;
+
+// The forms of a request, by the letter of their body.
+inline constexpr char kGet = 'g', kSet = 's', kCommand = 'c', kWatch = 'w';
+
+class Handlers {
+ public:
+  void get(const std::string& key, Handler handler);
+  void set(const std::string& key, Handler handler);
+  void command(const std::string& key, Handler handler);
+  void batch(const std::string& key, BatchHandler handler);  // a command whose id matters
+  void watch(const std::string& key);                        // a key of pushes
+
+  // Null: no such request.
+  const BatchHandler* find(char form, const std::string& key) const;
+  std::vector<std::string> keys() const;  // "c sys.power.on"
+
+ private:
+  void add(char form, const std::string& key, BatchHandler handler);
+
+  std::map<std::pair<char, std::string>, BatchHandler> handlers_;
+};
+
+// One registry for the process, made on first use and never destroyed.
+const Handlers& allHandlers();
+
+void addIdentityHandlers(Handlers& h);
+void addPowerHandlers(Handlers& h);
+void addModeHandlers(Handlers& h);
+void addReadingHandlers(Handlers& h);
+void addFrameHandlers(Handlers& h);
+void addAlarmHandlers(Handlers& h);
+void addRebootHandlers(Handlers& h);
+void addSignalHandlers(Handlers& h);
+void addMoveHandlers(Handlers& h);
+void addMotionSettingHandlers(Handlers& h);
+void addWatchHandlers(Handlers& h);
+
+}  // namespace zivra::sim

@@ -1,0 +1,49 @@
+// Who the controller is, and what it has to know of its client.
+#include <arpa/inet.h>
+#include <string>
+
+#include "handlers/handlers.h"
+#include "handlers/values.h"
+
+namespace zivra::sim {
+
+namespace {
+
+Reply info(World& w, const Json::Value&) {
+  const Identity& identity = w.identity;
+  Json::Value value(Json::objectValue);
+  value["id"] = identity.id;
+  value["mac"] = identity.mac;
+  value["version"] = identity.version;
+  value["type"] = std::string(identity.model.type);
+  value["joint_num"] = static_cast<int>(identity.model.axes);
+  value["work_type"] = identity.model.collaborative ? "cobot" : "industrial";
+  return answer(value);
+}
+
+Reply ports(World& w, const Json::Value&) {
+  Json::Value value(Json::objectValue);
+  value["rt"] = w.identity.rtPort;
+  value["broadcast"] = w.identity.statePort;
+  return answer(value);
+}
+
+Reply setLocalAddress(World& w, const Json::Value& parameter) {
+  const auto address = readText(parameter);
+  if (!address) return badParameter();
+  in_addr parsed{};
+  const bool isIPv4 = ::inet_pton(AF_INET, address->c_str(), &parsed) == 1 && parsed.s_addr != 0;
+  if (!isIPv4 || *address == "127.0.0.1" || *address == w.identity.address) return refuse(-10101);
+  w.localAddress = *address;
+  return ok();
+}
+
+}  // namespace
+
+void addIdentityHandlers(Handlers& h) {
+  h.get("sys.info", info);
+  h.get("eci.port", ports);
+  h.set("eci.ip", setLocalAddress);
+}
+
+}  // namespace zivra::sim

@@ -1,0 +1,175 @@
+// Batches of moves and the running of the motion queue.
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "handlers/handlers.h"
+#include "handlers/values.h"
+
+namespace zivra::sim {
+
+namespace {
+
+constexpr Json::ArrayIndex kLargestBatch = 100;
+
+bool readOffset(const Json::Value& value, Offset& offset) {
+  if (value.isNull()) return true;
+  const auto frame = readPose(value);
+  const auto type = readText(member(value, "type"));
+  if (!frame || (type != "offs" && type != "reltool")) return false;
+  offset = {type == "offs" ? OffsetKind::offs : OffsetKind::relTool, *frame};
+  return true;
+}
+
+bool readTarget(const Json::Value& value, Target& target) {
+  const auto pose = readPose(value);
+  if (!pose) return false;
+  target.pose = *pose;
+  std::optional<double> elbow;
+  if (!readOptional(value, "elb", elbow)) return false;
+  target.elbow = elbow.value_or(0);
+  if (const Json::Value& conf = member(value, "conf"); !conf.isNull()) {
+    const auto numbers = readNumbers(conf, 8);
+    if (!numbers) return false;
+    for (const double number : *numbers) {
+      if (std::abs(number) > 1000) return false;
+      target.conf.push_back(static_cast<int>(number));
+    }
+    target.conf.resize(8);
+  }
+  return readOffset(member(value, "offset"), target.offset);
+}
+
+bool readCircle(const Json::Value& circle, Move& move) {
+  const auto angle = readNumber(member(circle, "angle"));
+  const auto rotation = readText(member(circle, "rot_type"));
+  if (!angle || !rotation) return false;
+  move.angle = *angle;
+  if (rotation == "rot_axis")
+    move.rotation = CircleRotation::rotAxis;
+  else if (rotation == "fixed_axis")
+    move.rotation = CircleRotation::fixedAxis;
+  else if (rotation != "const_pose")
+    return false;
+  return true;
+}
+
+bool readSpiral(const Json::Value& spiral, Move& move) {
+  const auto radius = readNumber(member(spiral, "radius"));
+  const auto step = readNumber(member(spiral, "step"));
+  const auto angle = readNumber(member(spiral, "angle"));
+  const auto direction = readFlag(member(spiral, "dir"));
+  if (!radius || !step || !angle || !direction) return false;
+  move.radius = *radius;
+  move.step = *step;
+  move.angle = *angle;
+  move.direction = *direction;
+  return true;
+}
+
+bool readTrajectory(const Json::Value& trajectory, Move& move) {
+  return (trajectory.isNull() || trajectory.isObject()) && readOptional(trajectory, "speed", move.speed) &&
+         readOptional(trajectory, "zone", move.zone) &&
+         readOptional(trajectory, "jnt_speed", move.jointSpeed) &&
+         readOptional(trajectory, "rot_speed", move.rotSpeed);
+}
+
+bool readBody(const Json::Value& body, std::size_t axes, Move& move) {
+  if (!body.isObject()) return false;
+  if (move.kind == MoveKind::wait) {
+    const auto seconds = readNumber(member(body, "time"));
+    move.waitSeconds = seconds.value_or(-1);
+    return move.waitSeconds >= 0;
+  }
+  if (move.kind == MoveKind::replay)
+    return readText(member(body, "name")) && readNumber(member(body, "rate"));
+  if (const Json::Value& custom = member(body, "custom"); !custom.isNull()) {
+    if (!custom.isString()) return false;
+    move.custom = custom.asString();
+  }
+  if (!readTrajectory(member(body, "traj"), move)) return false;
+  const Json::Value& point = member(body, "point");
+  if (move.kind == MoveKind::absJ) {
+    const auto joints = readNumbers(point, 0);
+    if (!joints) return false;
+    move.joints = *joints;
+    if (move.joints.size() > axes) move.joints.resize(axes);  // what follows is for external axes
+    return true;
+  }
+  if (!readTarget(point, move.target)) return false;
+  const bool hasAux = move.kind == MoveKind::circle || move.kind == MoveKind::fullCircle;
+  if (hasAux && !readTarget(member(body, "aux"), move.aux)) return false;
+  if (move.kind == MoveKind::fullCircle) return readCircle(member(body, "circle"), move);
+  if (move.kind == MoveKind::spiral) return readSpiral(member(body, "spiral"), move);
+  return true;
+}
+
+// A client hears nothing of a malformed batch in its reply, so it is notified as well.
+Reply malformed(World& w, const Move& move) {
+  w.reportMoveError(move, -260);
+  return badParameter();
+}
+
+Reply appendMoves(World& w, MoveKind kind, const Json::Value& value, const std::string& id) {
+  const Json::Value& path = member(value, "path");
+  const bool many = !path.isNull();
+  Move move;
+  move.kind = kind;
+  move.id = id;
+  if (many && (!path.isArray() || path.empty() || path.size() > kLargestBatch)) return malformed(w, move);
+  std::vector<Move> batch;
+  const Json::ArrayIndex count = many ? path.size() : 1;
+  for (Json::ArrayIndex i = 0; i < count; ++i) {
+    Move next = move;
+    next.point = static_cast<int>(i);
+    next.lastOfBatch = i + 1 == count;
+    if (!readBody(many ? path[i] : value, w.motion.arm().axes(), next)) return malformed(w, next);
+    batch.push_back(std::move(next));
+  }
+  return result(w.appendMoves(std::move(batch)));
+}
+
+Reply continueMoves(World& w, const Json::Value&) {
+  if (!w.motion.pending()) return refuse(-1);
+  if (const int code = w.motionRefusal(); code != 0) return refuse(code);
+  return result(w.motion.start());
+}
+
+Reply pauseMoves(World& w, const Json::Value&) {
+  if (w.moving() && !w.motion.started()) return refuse(-1);  // it is stopping already
+  w.motion.pause();
+  return ok();
+}
+
+Reply stopMoves(World& w, const Json::Value&) {
+  w.motion.stop();
+  w.forgetMoves();
+  return ok();
+}
+
+Reply resetMoves(World& w, const Json::Value& parameter) {
+  const auto remain = readFlag(member(parameter, "remain_traj"));
+  if (!parameter.isNull() && !remain) return badParameter();
+  w.motion.reset(remain.value_or(false));
+  w.forgetMoves();
+  return ok();
+}
+
+}  // namespace
+
+void addMoveHandlers(Handlers& h) {
+  constexpr std::pair<const char*, MoveKind> kKinds[] = {
+      {"move.j", MoveKind::absJ},    {"move.jc", MoveKind::joint},      {"move.l", MoveKind::line},
+      {"move.c", MoveKind::circle},  {"move.cf", MoveKind::fullCircle}, {"move.sp", MoveKind::spiral},
+      {"move.wait", MoveKind::wait}, {"move.replay", MoveKind::replay}};
+  for (const auto& [key, kind] : kKinds)
+    h.batch(key, [kind = kind](World& w, const Json::Value& value, const std::string& id) {
+      return appendMoves(w, kind, value, id);
+    });
+  h.command("move.continue", continueMoves);
+  h.command("move.pause", pauseMoves);
+  h.command("move.stop", stopMoves);
+  h.command("move.reset", resetMoves);
+}
+
+}  // namespace zivra::sim

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#if defined(_WIN32)
+#define ZIVRA_SIM_API
+#else
+#define ZIVRA_SIM_API __attribute__((visibility("default")))
+#endif
+
+namespace zivra::sim {
+
+/// The arms that the simulated controller can be.
+enum class Model {
+  triax,       ///< 3 axes, industrial
+  quadrax,     ///< 4 axes, industrial
+  standard,    ///< 6 axes, industrial
+  tandiFive,   ///< 5 axes, collaborative
+  tandi,       ///< 6 axes, collaborative
+  tandiSeven,  ///< 7 axes, collaborative
+};
+
+/// The model's name on the command line of `zivra-sim`, e.g. "tandi-five", and back; nothing for another
+/// name.
+ZIVRA_SIM_API std::string_view modelName(Model model);
+ZIVRA_SIM_API std::optional<Model> modelNamed(std::string_view name);
+
+struct Options {
+  std::string address = "127.0.0.1";  ///< loopback address that the links listen on
+  std::uint16_t port = 6666;          ///< command link
+  std::uint16_t rtPort = 1337;        ///< second command link
+  Model model = Model::tandi;
+  double speedFactor = 1.0;       ///< simulated seconds for each second of the wall clock
+  std::string id{};               ///< robot id; empty: one made from the model
+  std::string version = "3.1.2";  ///< controller version reported
+  /// Told of each frame ("< ..." in, "> ..." out) on the simulator's network thread; must not stop the
+  /// controller.
+  std::function<void(const std::string&)> trace{};
+};
+
+/// What happens to a request of the chosen key (`"*"`: every key) instead of, or before, its answer.
+struct Fault {
+  enum class Kind {
+    refuse,   ///< answers `code` and leaves the world alone
+    delay,    ///< answers after `delay`
+    mute,     ///< does the work and never answers
+    drop,     ///< closes the link instead of answering (after half of the answer if `half`)
+    garbage,  ///< answers `text` as it stands (with a CR) instead of JSON
+    reply,    ///< answers with the JSON value `text` under the key, whatever the handler would say
+  };
+  Kind kind = Kind::refuse;
+  std::string key = "*";
+  int code = -1;
+  std::chrono::milliseconds delay{0};
+  bool half = false;
+  std::string text{};
+  int times = 1;  ///< how many requests it hits; -1: until clearFaults
+};
+
+/// A whole simulated controller in the caller's process: it listens, answers, moves and notifies until it is
+/// stopped. Every operation may be called from any thread.
+class ZIVRA_SIM_API Controller {
+ public:
+  explicit Controller(Options options = {});
+  ~Controller();
+  Controller(const Controller&) = delete;
+  Controller& operator=(const Controller&) = delete;
+
+  /// Listens and begins to simulate. Throws std::runtime_error with the address and the system's text if a
+  /// port is taken.
+  void start();
+  /// Closes every link and ends all threads. May be started again.
+  void stop();
+
+  const Options& options() const;
+
+  // Faults of the link
+  void inject(const Fault& fault);
+  void clearFaults();
+  void dropLinks();      ///< closes every client link with a reset; goes on listening
+  void stopListening();  ///< refuses new links until listenAgain
+  void listenAgain();
+  void stopReading(bool on);            ///< leaves what clients send unread
+  void sliceFrames(std::size_t bytes);  ///< sends answers in pieces of that many bytes; 0: whole
+  void coalesceFrames(
+      std::chrono::milliseconds window);   ///< holds answers back and sends them joined; 0: at once
+  void sendRaw(const std::string& bytes);  ///< to every client link, as they stand
+  /// Sends `{"n":{key:payload},"ts":...}` to the links that watch the key; payload is JSON text.
+  void push(const std::string& key, const std::string& payload);
+
+  // Faults and happenings of the robot
+  void pressEmergencyStop();
+  void releaseEmergencyStop();
+  void openSafetyGate(bool open);
+  void raiseServoAlarm();       ///< power goes off and stays off until the alarm is cleared
+  void collide();               ///< a collision: motion stops, the safety event is pushed
+  void failNextMove(int code);  ///< the next move that begins ends with this controller code
+  void reboot();  ///< as "utils.reboot": links drop, the controller is away for a moment and comes back
+
+  // What is going on
+  std::vector<double> jointPositions() const;
+  std::string powerState() const;      ///< as reported under "sys.power"
+  std::string operationState() const;  ///< as reported under "sys.state"
+  std::string operateMode() const;     ///< as reported under "sys.mode"
+  std::size_t clients() const;
+  std::vector<std::string> requests() const;  ///< keys of the latest requests, oldest first, at most 10000
+  void setJointPositions(const std::vector<double>& joints);  ///< puts the arm there at once (rad)
+  /// Waits until no move is queued or running; false after the limit of wall clock time.
+  bool waitUntilIdle(std::chrono::milliseconds limit) const;
+
+ private:
+  struct Core;
+  std::shared_ptr<Core> core_;
+};
+
+/// Every request key that the simulated controller answers, with its form letter in front, e.g. "c
+/// sys.power.on".
+ZIVRA_SIM_API std::vector<std::string> handledKeys();
+
+}  // namespace zivra::sim

@@ -1,0 +1,225 @@
+#include "world.h"
+
+#include <array>
+#include <charconv>
+#include <fmt/format.h>
+
+namespace zivra::sim {
+
+namespace {
+
+// "127.0.0.1" -> 7f000001, so that controllers of one machine differ by themselves.
+std::array<unsigned, 4> octets(const std::string& address) {
+  std::array<unsigned, 4> parts{};
+  const char* at = address.data();
+  const char* end = at + address.size();
+  for (unsigned& part : parts) {
+    at = std::from_chars(at, end, part).ptr;
+    part &= 0xff;
+    if (at != end) ++at;
+  }
+  return parts;
+}
+
+Identity identify(const Options& options) {
+  const RobotModel& model = robotModel(options.model);
+  const auto [a, b, c, d] = octets(options.address);
+  Identity identity;
+  identity.model = model;
+  identity.address = options.address;
+  identity.version = options.version;
+  identity.rtPort = options.rtPort;
+  identity.id =
+      options.id.empty() ? fmt::format("{}-{:02x}{:02x}{:02x}{:02x}", model.name, a, b, c, d) : options.id;
+  identity.mac = fmt::format("02:00:{:02x}:{:02x}:{:02x}:{:02x}", a, b, c, d);
+  return identity;
+}
+
+Signals wiredSignals() {
+  Signals signals;
+  for (int port = 0; port < 8; ++port) {
+    signals.di[fmt::format("DI0_{}", port)] = port == 0;
+    signals.out[fmt::format("DO0_{}", port)] = false;
+  }
+  for (int port = 0; port < 2; ++port) {
+    signals.ai[fmt::format("AI0_{}", port)] = 2.5 * port;
+    signals.ao[fmt::format("AO0_{}", port)] = 0.0;
+  }
+  return signals;
+}
+
+// The controller's own words. The code says it exactly; the words "finish" and "ik" have a meaning of their
+// own to clients.
+constexpr int kFirstInverseError = -41, kLastInverseError = -33, kInverseErrorBase = -32;
+
+bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLastInverseError; }
+
+}  // namespace
+
+World::World(const Options& options)
+    : identity(identify(options)),
+      motion(Arm::make(robotModel(options.model).axes)),
+      signals(wiredSignals()) {}
+
+void World::boot() {
+  powered_ = false;
+  mode = OperateMode::manual;
+  taskSpace = TaskSpace::idle;
+  safety.estopLatched = safety.estopPressed;
+  safety.servoAlarm = safety.collided = false;
+  restart = Restart::none;
+  localAddress.clear();
+  motion.halt();
+  motion.reset(false);
+  motion.defaults() = MotionDefaults{};
+  motion.setOverride(1.0);
+  unfinished_.clear();
+  pushes.clear();
+}
+
+const char* World::powerText() const {
+  if (safety.estopLatched) return "estop";
+  if (safety.gateOpen) return "gstop";
+  return powered_ ? "on" : "off";
+}
+
+const char* World::modeText() const { return mode == OperateMode::automatic ? "auto" : "manual"; }
+
+const char* World::stateText() const {
+  if (taskSpace == TaskSpace::realTime) return "rci";
+  return motion.moving() ? "idleing" : "idle";
+}
+
+int World::switchPowerOn() {
+  if (safety.estopLatched) return -3;
+  if (safety.gateOpen || safety.servoAlarm) return -514;
+  powered_ = true;
+  return 0;
+}
+
+void World::switchPowerOff() { cutPower(-17, "the motors were switched off"); }
+
+void World::cutPower(int code, const std::string& why) {
+  powered_ = false;
+  abortMotion(code, why);
+}
+
+void World::pressEmergencyStop() {
+  safety.estopPressed = safety.estopLatched = true;
+  cutPower(-3, "emergency stop");
+}
+
+int World::resetEmergencyStop() {
+  if (safety.estopPressed) return -3;
+  safety.estopLatched = false;
+  return 0;
+}
+
+void World::openGate(bool open) {
+  safety.gateOpen = open;
+  if (open) cutPower(-17, "the safety gate was opened");
+}
+
+void World::raiseServoAlarm() {
+  safety.servoAlarm = true;
+  cutPower(-50001, "servo alarm");
+}
+
+void World::collide() {
+  safety.collided = true;
+  abortMotion(-50401, "collision");
+  push("safety.event.collision", true);
+}
+
+void World::clearCollision() {
+  if (!safety.collided) return;
+  safety.collided = false;
+  push("safety.event.collision", false);
+}
+
+void World::clearAlarms() {
+  safety.servoAlarm = false;
+  clearCollision();
+}
+
+void World::setBaseFrame(const Pose& frame) {
+  baseFrame_ = frame;
+  // Work objects are fixed in the world: seen from the moved base they are elsewhere.
+  motion.setToolset(Pose{}, inverse(frame));
+}
+
+int World::motionRefusal() const {
+  if (safety.estopLatched) return -3;
+  if (mode != OperateMode::automatic) return -16;
+  if (!powered_) return -17;
+  if (taskSpace != TaskSpace::idle) return -18;
+  return 0;
+}
+
+int World::appendMoves(std::vector<Move> batch) {
+  if (const int code = motionRefusal(); code != 0) return code;
+  std::vector<Unfinished> appended;
+  for (const Move& move : batch) appended.push_back({move.id, move.custom, move.point});
+  if (const int code = motion.append(std::move(batch)); code != 0) return code;
+  clearCollision();
+  unfinished_.insert(unfinished_.end(), appended.begin(), appended.end());
+  return 0;
+}
+
+void World::reportMoveError(const Move& move, int code) {
+  MoveNotice notice;
+  notice.id = move.id;
+  notice.custom = move.custom;
+  notice.point = move.point;
+  notice.error = code;
+  notify(notice, fmt::format("the move was rejected ({})", code));
+}
+
+void World::abortMotion(int code, const std::string& why) {
+  const bool wasBusy = motion.pending() || motion.moving();
+  motion.halt();
+  if (wasBusy) {
+    MoveNotice notice;
+    if (!unfinished_.empty()) {
+      notice.id = unfinished_.front().id;
+      notice.custom = unfinished_.front().custom;
+      notice.point = unfinished_.front().point;
+    }
+    notice.error = code;
+    notify(notice, why);
+  }
+  unfinished_.clear();
+}
+
+void World::advance(double seconds) {
+  for (const MoveNotice& notice : motion.advance(seconds)) {
+    if (notice.error != 0) {
+      unfinished_.clear();
+      notify(notice, fmt::format("the move failed ({})", notice.error));
+      continue;
+    }
+    if (notice.finish && !unfinished_.empty()) unfinished_.pop_front();
+    notify(notice, "started");
+  }
+}
+
+void World::notify(const MoveNotice& notice, const std::string& text) {
+  Json::Value payload(Json::objectValue);
+  Json::Value& data = payload["data"];
+  data["id"] = notice.custom.empty() ? notice.id : notice.id + "*" + notice.custom;
+  data["point"] = notice.point;
+  if (notice.error != 0) {
+    const bool inverse = isInverseError(notice.error);
+    payload["error"] = inverse ? notice.error - kInverseErrorBase : notice.error;
+    data["msg"] = inverse ? "ik failed" : text;
+  } else if (notice.finish) {
+    data["msg"] = notice.remark == 0 ? "finish" : fmt::format("finish:{}", notice.remark);
+  } else {
+    data["msg"] = text;
+  }
+  push("move.last_error_with_setting", std::move(payload));
+}
+
+void World::push(const std::string& key, Json::Value payload) { pushes.push_back({key, std::move(payload)}); }
+
+}  // namespace zivra::sim

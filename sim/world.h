@@ -1,0 +1,112 @@
+// The one state of the simulated controller: what one request changes, all others show. Knows nothing of
+// links and locks: whoever calls holds the world's mutex.
+#pragma once
+
+#include <deque>
+#include <json/json.h>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "motion/motion.h"
+#include "robot_models.h"
+
+namespace zivra::sim {
+
+struct Identity {
+  std::string id, mac, version, address;
+  RobotModel model;
+  int rtPort = 0;
+  int statePort = 1338;  // of the state datagrams
+};
+
+enum class OperateMode { manual, automatic };
+enum class TaskSpace { idle, realTime };
+enum class Restart { none, reboot, shutdown };
+
+struct Safety {
+  bool estopPressed = false;
+  bool estopLatched = false;  // stays after the button until it is reset
+  bool gateOpen = false;
+  bool servoAlarm = false;
+  bool collided = false;
+};
+
+struct Signals {
+  std::map<std::string, bool> di, out;
+  std::map<std::string, double> ai, ao;
+};
+
+// Something that the controller tells of its own accord to the links that watch the key.
+struct Push {
+  std::string key;
+  Json::Value payload;
+};
+
+class World {
+ public:
+  explicit World(const Options& options);
+
+  Identity identity;
+  Motion motion;
+  OperateMode mode = OperateMode::manual;
+  TaskSpace taskSpace = TaskSpace::idle;
+  Safety safety;
+  Signals signals;
+  std::string localAddress;  // where the client wants its state datagrams
+  bool teachPendant = true;
+  Restart restart = Restart::none;
+  std::vector<Push> pushes;  // not handed out yet
+
+  // As after switching on: power off, manual mode, no moves, default settings. What is mechanical (the
+  // joints, the pressed button, the open gate) and what is stored (the base frame) stays.
+  void boot();
+
+  bool powered() const { return powered_; }
+  bool moving() const { return motion.moving(); }
+  const char* powerText() const;
+  const char* modeText() const;
+  const char* stateText() const;
+
+  int switchPowerOn();  // 0 or the code of the refusal
+  void switchPowerOff();
+  void pressEmergencyStop();
+  int resetEmergencyStop();
+  void openGate(bool open);
+  void raiseServoAlarm();
+  void collide();
+  void clearAlarms();
+
+  const Pose& baseFrame() const { return baseFrame_; }
+  void setBaseFrame(const Pose& frame);
+
+  // 0 if moves are allowed now, else the code of the refusal.
+  int motionRefusal() const;
+  // 0 or the code of a refusal; a move that can't be planned is accepted and reported when its turn comes.
+  int appendMoves(std::vector<Move> batch);
+  void reportMoveError(const Move& move, int code);
+  // Motion ends and the queue is gone; the client hears why if there was anything to do.
+  void abortMotion(int code, const std::string& why);
+  void forgetMoves() { unfinished_.clear(); }
+
+  // Something happens without a request.
+  bool busy() const { return motion.moving() || (motion.started() && motion.pending()); }
+  void advance(double seconds);
+
+  void push(const std::string& key, Json::Value payload);
+
+ private:
+  struct Unfinished {
+    std::string id, custom;
+    int point;
+  };
+  void cutPower(int code, const std::string& why);
+  void clearCollision();
+  void notify(const MoveNotice& notice, const std::string& text);
+
+  bool powered_ = false;
+  Pose baseFrame_;
+  std::deque<Unfinished> unfinished_;  // commands that the client waits to hear of, in order
+};
+
+}  // namespace zivra::sim
