@@ -1,0 +1,231 @@
+#include "support/wire_case.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <json/json.h>
+#include <set>
+#include <sstream>
+
+#include "support/damage.h"
+#include "support/temporary_folder.h"
+#include "support/waiting.h"
+
+namespace zivra::test {
+
+namespace {
+
+std::set<std::string>& allKeys() {
+  static std::set<std::string> keys;
+  return keys;
+}
+
+std::vector<std::string> keysOf(const WireCase& row) {
+  if (*row.key != '\0') return {row.key};
+  Json::Value body;
+  std::istringstream(row.payload) >> body;
+  return body.getMemberNames();
+}
+
+std::string frameOf(char form, const std::string& key, const std::string& payload, const std::string& id) {
+  const std::string body = key.empty() ? payload : fmt::format(R"({{"{}":{}}})", key, payload);
+  return form < 'i' ? fmt::format(R"({{"{}":{},"id":{}}})", form, body, id)
+                    : fmt::format(R"({{"id":{},"{}":{}}})", id, form, body);
+}
+
+// One row against one controller.
+class Run {
+ public:
+  explicit Run(const WireCase& row)
+      : row_(row), controller_(row.call.identity), robot_(row.call.connect(controller_.address())) {
+    // The last that a connection sends, and nobody waits for.
+    EXPECT_TRUE(controller_.waitForRequest("move.last_error_with_setting", 2));
+    robot_->setConnectionHandler([this](bool up) { link_.add(up); });
+    for (const auto& further : row.rules.further) controller_.answer(further.key, further.reply);
+  }
+
+  void all() {
+    success();
+    refusal();
+    damagedReplies();
+    damagedEnvelopes();
+    deadLink();
+    logLines();
+  }
+
+ private:
+  // The form's body with this value in the place of the reply.
+  std::string bodyWith(const std::string& value) const {
+    return *row_.key == '\0' ? value : fmt::format(R"({{"{}":{}}})", row_.key, value);
+  }
+
+  std::error_code call(const std::function<std::string(const Request&)>& frame, bool exact = true) {
+    controller_.answerBy(keysOf(row_).front(), [frame](const Request& r) { return std::vector{frame(r)}; });
+    controller_.forgetRequests();
+    std::error_code ec(1, std::generic_category());  // has to be cleared
+    wireExpectation() = {&ec, exact, {}};
+    row_.call.call(*robot_, ec);
+    EXPECT_TRUE(!ec || ec.category() == category()) << ec.category().name();
+    return ec;
+  }
+  std::error_code callWith(const std::string& value, bool exact = true) {
+    return call([body = bodyWith(value)](const Request& r) { return r.replyBody(body); }, exact);
+  }
+
+  // Replies that nobody waits for have been read once a later one was.
+  void catchUp() {
+    if (row_.rules.awaited) return;
+    std::error_code ec;
+    EXPECT_EQ(robot_->powerState(ec), PowerState::on) << ec.message();
+  }
+
+  void success() {
+    SCOPED_TRACE("success");
+    EXPECT_EQ(callWith(row_.reply).value(), 0);
+    const std::string reported = wireExpectation().id;
+    std::vector<std::pair<char, std::string>> expected{{row_.form, row_.payload}};
+    ASSERT_TRUE(controller_.waitForRequest(keysOf(row_).front()));
+    for (const auto& further : row_.rules.further) ASSERT_TRUE(controller_.waitForRequest(further.key));
+    const auto requests = controller_.requests();
+    ASSERT_EQ(requests.size(), 1 + row_.rules.further.size());
+    id_ = requests[0].id;
+    EXPECT_EQ(requests[0].text, frameOf(row_.form, row_.key, row_.payload, id_));
+    for (std::size_t i = 1; i < requests.size(); ++i) {
+      const auto& further = row_.rules.further[i - 1];
+      EXPECT_EQ(requests[i].text, frameOf(further.form, further.key, further.payload, requests[i].id));
+    }
+    checkId(reported);
+    catchUp();
+  }
+
+  void checkId(const std::string& reported) {
+    std::string number = id_;
+    if (const std::string& prefix = row_.rules.idPrefix; !prefix.empty()) {
+      EXPECT_EQ(id_, '"' + reported + '"');
+      EXPECT_EQ(reported.rfind(prefix + '#', 0), 0u) << reported;
+      id_ = reported;
+      number = reported.substr(std::min(prefix.size() + 1, reported.size()));
+    }
+    EXPECT_FALSE(number.empty());
+    EXPECT_EQ(number.find_first_not_of("0123456789"), std::string::npos) << id_;
+  }
+
+  void refusal() {
+    SCOPED_TRACE("refusal");
+    const std::error_code ec = *row_.key == '\0' ? callWith(row_.reply, false) : callWith("-290", false);
+    EXPECT_EQ(ec.value(), codeOfInteger());
+    catchUp();
+  }
+  int codeOfInteger() const {
+    if (matchesAny("=int", row_.rules.tolerated) || *row_.key == '\0') return 0;
+    return row_.form == 'g' && !row_.rules.integerCode ? row_.rules.damageCode : -290;
+  }
+
+  void damagedReplies() {
+    for (const Damage& damage : damagesOf(row_.reply)) {
+      SCOPED_TRACE(damage.name + ": " + damage.json);
+      const bool tolerated = matchesAny(damage.name, row_.rules.tolerated);
+      const int code = callWith(damage.json, false).value();
+      if (tolerated) {
+        EXPECT_EQ(code, 0);
+      } else if (damage.name == "=int" && *row_.key != '\0') {
+        EXPECT_EQ(code, codeOfInteger());
+      } else {
+        EXPECT_TRUE(code == 257 || code == row_.rules.damageCode) << code;
+      }
+      catchUp();
+    }
+  }
+
+  void damagedEnvelopes() {
+    const bool many = *row_.key == '\0';
+    for (const char* body : {R"({"other":1})", "{}", "[]", "null", "7", "\"x\""}) {
+      SCOPED_TRACE(std::string("in place of the body: ") + body);
+      const int code = call([body](const Request& r) { return r.replyBody(body); }, false).value();
+      // A body of several keys is judged key by key.
+      const bool judged = !many || *body != '{';
+      EXPECT_TRUE(!row_.rules.awaited || (judged ? code == 257 : code != 0)) << code;
+      catchUp();
+    }
+    SCOPED_TRACE("no body");
+    const int code = call([](const Request& r) { return R"({"x":1,"id":)" + r.id + "}"; }, false).value();
+    EXPECT_EQ(code, row_.rules.awaited ? 257 : 0);
+    catchUp();
+  }
+
+  void deadLink() {
+    SCOPED_TRACE("dead link");
+    controller_.die();
+    ASSERT_TRUE(link_.waitFor(1));
+    EXPECT_EQ(callWith(row_.reply).value(), row_.rules.deadCode);
+  }
+
+  void logLines() {
+    SCOPED_TRACE("log");
+    robot_.reset();
+    if (row_.log == nullptr) return;
+    const auto own = robotLog(row_.call.identity.id), global = globalLog();
+    const auto expectLine = [&](const std::string& text) {
+      const std::string line = (row_.rules.ownLog ? "" : "uid: " + row_.call.identity.id + " | ") + text;
+      const auto has = [&](const auto& lines) {
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
+      };
+      EXPECT_TRUE(has(own)) << line << "\nnot in the robot's log:\n"
+                            << fmt::format("{}", fmt::join(own, "\n"));
+      EXPECT_NE(has(global), row_.rules.ownLog) << line << "\nin the global log";
+    };
+    std::istringstream lines(row_.log);
+    for (std::string line; std::getline(lines, line);) {
+      if (const auto at = line.find("{id}"); at != std::string::npos) line.replace(at, 4, id_);
+      expectLine(line);
+      const auto success = line.rfind('0');
+      if (success == std::string::npos || (!line.ends_with("(0)") && !line.ends_with("id: 0"))) continue;
+      for (const int code : {codeOfInteger(), row_.rules.deadCode}) {
+        if (code == row_.rules.deadCode && !row_.rules.deadLinkLogged) continue;
+        expectLine(line.substr(0, success) + std::to_string(code) + line.substr(success + 1));
+      }
+    }
+  }
+
+  const WireCase& row_;
+  TemporaryFolder folder_;
+  Heard<bool> link_;
+  ScriptedController controller_;
+  std::string id_;  // of the successful request
+  std::unique_ptr<BaseRobot> robot_;
+};
+
+class RowTest : public testing::Test {
+ public:
+  explicit RowTest(const WireCase& row) : row_(row) {}
+  void TestBody() override { runWireCase(row_); }
+
+ private:
+  const WireCase& row_;
+};
+
+}  // namespace
+
+WireExpectation& wireExpectation() {
+  static WireExpectation expectation;
+  return expectation;
+}
+
+void runWireCase(const WireCase& row) { Run(row).all(); }
+
+WireTests::WireTests(const char* family, const WireCase* rows, std::size_t n) {
+  for (std::size_t i = 0; i < n; ++i) {
+    const WireCase& row = rows[i];
+    std::string name = row.name;
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+    testing::RegisterTest((std::string("Wire_") + family).c_str(), name.c_str(), nullptr, nullptr, __FILE__,
+                          __LINE__, [&row]() -> testing::Test* { return new RowTest(row); });
+    for (const auto& key : keysOf(row)) allKeys().insert(std::string{row.form, ' '} + key);
+    for (const auto& further : row.rules.further)
+      allKeys().insert(std::string{further.form, ' '} + further.key);
+  }
+}
+
+std::vector<std::string> WireTests::keys() { return {allKeys().begin(), allKeys().end()}; }
+
+}  // namespace zivra::test
