@@ -1,0 +1,85 @@
+#include "robot/operation.h"
+
+#include "core/wire_forms.h"
+
+namespace zivra::internal {
+
+void Reply::code() noexcept {
+  if (failed()) return;
+  const auto code = asInt(value_);
+  ec_ = code ? std::error_code(*code, category()) : make_error_code(Code::responseUnresolved);
+}
+
+Reply& Reply::codeOrData() noexcept {
+  if (!failed() && (value_.type() == Json::intValue || value_.type() == Json::uintValue)) code();
+  return *this;
+}
+
+std::vector<double> Reply::numbers() noexcept {
+  std::vector<double> read;
+  if (!failed() && readVector(value_, read) != 0) fail(Code::responseUnresolved);
+  return read;
+}
+
+bool Reply::numbers(double* out, std::size_t n, Code tooShort) noexcept {
+  if (failed()) return false;
+  if (!value_.isArray() || value_.size() < n) {
+    fail(tooShort);
+  } else if (readArray(value_, out, n) != 0) {
+    fail(Code::responseUnresolved);
+  }
+  return !failed();
+}
+
+std::array<double, 6> Reply::pose() noexcept {
+  std::array<double, 6> pose{};
+  if (failed()) return pose;
+  if (readArray(member(value_, "trans"), pose.data(), 3) != 0 ||
+      readArray(member(value_, "rot"), pose.data() + 3, 3) != 0) {
+    fail(Code::responseUnresolved);
+    return {};
+  }
+  return pose;
+}
+
+std::string Reply::text() noexcept {
+  if (failed()) return {};
+  auto text = asText(value_);
+  if (!text) fail(Code::responseUnresolved);
+  return std::move(text).value_or(std::string());
+}
+
+Reply Operation::get(const char* key, const Json::Value& parameter) noexcept {
+  Json::Value value;
+  impl_.service->get(key, parameter, value, ec_);
+  return {ec_, std::move(value)};
+}
+
+Reply Operation::getMany(const std::vector<std::string>& keys,
+                         const std::vector<Json::Value>& parameters) noexcept {
+  Json::Value values;
+  impl_.service->getMany(keys, parameters, values, ec_);
+  return {ec_, std::move(values)};
+}
+
+Reply Operation::command(const char* key, const Json::Value& parameters) noexcept {
+  Json::Value value;
+  impl_.service->command(key, parameters, value, ec_);
+  return {ec_, std::move(value)};
+}
+
+void Operation::set(const char* key, const Json::Value& value) noexcept {
+  impl_.service->set(key, value, ec_);
+}
+
+std::string Operation::line(fmt::string_view format, fmt::format_args args) noexcept {
+  return "uid: " + uid() + " | " + vformatLine(format, args);
+}
+
+void Operation::both(LogLevel level, fmt::string_view format, fmt::format_args args) noexcept {
+  const std::string text = line(format, args);
+  globalLogger().write(level, text);
+  impl_.service->logger()->write(level, text);
+}
+
+}  // namespace zivra::internal

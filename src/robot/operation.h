@@ -1,0 +1,118 @@
+// How an operation runs: what it logs, the request it makes, and the rules by which it reads the reply.
+//
+//   Operation op(impl(), ec, "setPowerState {}", on);
+//   op.command(on ? "sys.power.on" : "sys.power.off").code();
+//   op.end("setPowerState end, switch motor {} ({})", on, ec);
+//
+// Lives on the stack of the calling thread.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <json/json.h>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <zivra/error.h>
+
+#include "core/json.h"
+#include "core/log.h"
+#include "robot_impl/impl.h"
+
+namespace zivra::internal {
+
+// A word of the controller's and what it means.
+template <class Enum>
+struct Word {
+  std::string_view text;
+  Enum value;
+};
+
+// The value of a reply, or nothing if the exchange failed. The rules report in the operation's `ec`; on a
+// reply that has failed already they change nothing and give the default, so that they chain without a test
+// between them.
+class Reply {
+ public:
+  Reply(std::error_code& ec, Json::Value value) : ec_(ec), value_(std::move(value)) {}
+
+  bool failed() const noexcept { return static_cast<bool>(ec_); }
+  const Json::Value& value() const noexcept { return value_; }
+  void fail(Code code) noexcept { ec_ = code; }
+
+  // The reply integer is the result code; 257 if it is none.
+  void code() noexcept;
+  // An integer in place of the data is the result code of a failure; other values stay for the next rule.
+  Reply& codeOrData() noexcept;
+  // All elements of an array of numbers; 257 otherwise.
+  std::vector<double> numbers() noexcept;
+  // The first n elements of an array; `tooShort` if it is none or has fewer, 257 if they are no numbers.
+  bool numbers(double* out, std::size_t n, Code tooShort) noexcept;
+  // "trans" and "rot" as six numbers; zeros and 257 if one is missing, short or of another type.
+  std::array<double, 6> pose() noexcept;
+  // The text; 257 if it is none.
+  std::string text() noexcept;
+  // The text's meaning; a word that isn't listed gives `otherwise` and no error, what is no text 257.
+  template <class Enum, std::size_t n>
+  Enum word(const Word<Enum> (&words)[n], Enum otherwise) noexcept {
+    const std::string read = text();
+    if (!failed()) {
+      for (const auto& entry : words) {
+        if (entry.text == read) return entry.value;
+      }
+    }
+    return otherwise;
+  }
+
+ private:
+  std::error_code& ec_;
+  Json::Value value_;
+};
+
+class Operation {
+ public:
+  // Clears `ec`; no line at the beginning.
+  Operation(BaseRobot::Impl& impl, std::error_code& ec) noexcept : impl_(impl), ec_(ec) { ec.clear(); }
+  // Clears `ec` and writes the first line at debug level to the global logger.
+  template <class... Args>
+  Operation(BaseRobot::Impl& impl, std::error_code& ec, fmt::format_string<Args...> begin,
+            Args&&... args) noexcept
+      : Operation(impl, ec) {
+    if (logs(LogLevel::debug)) {
+      globalLogger().write(LogLevel::debug, line(begin, fmt::make_format_args(args...)));
+    }
+  }
+
+  Reply get(const char* key, const Json::Value& parameter = Json::Value()) noexcept;
+  Reply getMany(const std::vector<std::string>& keys, const std::vector<Json::Value>& parameters) noexcept;
+  Reply command(const char* key, const Json::Value& parameters = Json::Value()) noexcept;
+  // The reply integer is the result code.
+  void set(const char* key, const Json::Value& value) noexcept;
+
+  // The last line, at info level, to both loggers.
+  template <class... Args>
+  void end(fmt::format_string<Args...> format, Args&&... args) noexcept {
+    both(LogLevel::info, format, fmt::make_format_args(args...));
+  }
+  // The last line of an operation that could not begin, at error level, to both loggers.
+  template <class... Args>
+  void error(fmt::format_string<Args...> format, Args&&... args) noexcept {
+    both(LogLevel::error, format, fmt::make_format_args(args...));
+  }
+  // A line for the robot's logger alone, at info level, without the uid.
+  template <class... Args>
+  void note(fmt::format_string<Args...> format, Args&&... args) noexcept {
+    logOwn(impl_.service->logger().get(), LogLevel::info, format, std::forward<Args>(args)...);
+  }
+
+ private:
+  static std::string line(fmt::string_view format, fmt::format_args args) noexcept;
+  void both(LogLevel level, fmt::string_view format, fmt::format_args args) noexcept;
+
+  BaseRobot::Impl& impl_;
+  std::error_code& ec_;
+};
+
+}  // namespace zivra::internal

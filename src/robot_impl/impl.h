@@ -1,0 +1,96 @@
+// The state of one robot: its links, identity, motion control and handlers.
+//
+// Threads: `reconnect`, `disconnect` and the destructor take turns; the other members may be read from any
+// thread. Handlers of the link reach `LinkEvents` only, never this object.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <system_error>
+
+#include <zivra/base_robot.h>
+#include <zivra/types.h>
+
+#include "motion_control/motion_control.h"
+#include "network/xservice/xservice.h"
+#include "robot_impl/link_events.h"
+
+namespace zivra {
+
+class BaseRobot::Impl {
+ public:
+  static constexpr std::uint32_t commandPort = 6666;
+  static constexpr int defaultRtPort = 1337;
+  static constexpr int defaultBroadcastPort = 1338;
+
+  Impl();
+  ~Impl();
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  // The whole connection sequence; throws NetworkException, ProtocolException or ExecutionException.
+  void reconnect(const std::string& remoteIP, const std::string& localIP, WorkType requestedType,
+                 unsigned short dof);
+  // To the addresses held. 256, 266; resource_deadlock_would_occur on a thread that it would have to wait
+  // for.
+  void reconnect(WorkType requestedType, unsigned short dof, std::error_code& ec) noexcept;
+  // Reconnects and tells the local address; on failure everything is stopped and the addresses are forgotten.
+  void connect(const std::string& remoteIP, const std::string& localIP, WorkType requestedType,
+               unsigned short dof, bool tellLocalAddress);
+  // Tells the controller where the state stream goes, unless empty; NetworkException if it refuses.
+  void setLocalAddress(const std::string& localIP);
+  void disconnect(std::error_code& ec) noexcept;
+  // Stops a moving robot, ignoring the outcome; for the destructor of the robot.
+  void stopIfMoving() noexcept;
+
+  // Null before the first connection.
+  std::shared_ptr<MotionControl<1>> motion() const;
+  internal::Logger* logger() const;  // of the link; stays valid as long as this object
+
+  const std::shared_ptr<XService> service;
+  const std::unique_ptr<XService> rtService;
+  const std::shared_ptr<internal::LinkEvents> events;
+  std::atomic<MotionControlMode> mode{MotionControlMode::Idle};
+
+ private:
+  // One connecting or disconnecting at a time; nobody waits for a turn on a thread that the holder may be
+  // waiting for.
+  class Turn;
+
+  void stopLinks(std::error_code& ec) noexcept;
+  void readIdentity(WorkType requestedType, unsigned short dof);
+  void readPorts();
+  void initLogger();
+  void startMotion();
+  bool onOwnThread() const;
+
+  std::string remoteIP_, localIP_;
+  int rtPort_ = defaultRtPort;
+  int broadcastPort_ = defaultBroadcastPort;
+  Info info_;
+
+  mutable std::mutex motionMutex_;  // guards the pointer
+  std::shared_ptr<MotionControl<1>> motion_;
+
+  std::mutex turnMutex_;
+  std::condition_variable turnFree_;
+  bool turnTaken_ = false;
+};
+
+namespace internal {
+
+// Decodes the value of "sys.info"; false if it isn't an object or a member has the wrong type.
+bool readInfo(const Json::Value& value, Info& info);
+// Throws unless version, axes and work type fit.
+void checkController(const Info& info, WorkType actualType, WorkType requestedType, unsigned short dof);
+// The word of "sys.state" as a state.
+OperationState operationStateOf(const std::string& word);
+OperationState readOperationState(XService& service, std::error_code& ec) noexcept;
+
+}  // namespace internal
+
+}  // namespace zivra
