@@ -1,7 +1,6 @@
 #include "network/send_queue.h"
 
 #include <atomic>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <sys/socket.h>
@@ -176,9 +175,13 @@ TEST_F(SendQueueTest, CloseWaitsForTheWriteUnderWay) {
     raced.close();
     // Nobody may use the descriptor's number any more, whoever has it now.
     socket.reset();
-    Descriptor heir(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    Descriptor heir(ends[0]);
+    RawConnection heirsPeer(ends[1]);
     sender.join();
     EXPECT_EQ(raced.send("frame\r", 1, true).result, SendResult::refused);
+    heir.reset();
+    EXPECT_EQ(heirsPeer.rest(), "");
   }
 }
 

