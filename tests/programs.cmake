@@ -1,0 +1,157 @@
+# Tests of what gets handed out: headers, programs, examples and the installed package.
+
+set(run ${CMAKE_CURRENT_SOURCE_DIR}/programs/run_program)
+set(next_address 0)
+
+# Each program test has a loopback address of its own, so that they run side by side.
+function(zivra_next_address result)
+  math(EXPR number "${next_address} + 2")
+  set(next_address ${number} PARENT_SCOPE)
+  math(EXPR high "${number} / 250")
+  math(EXPR low "${number} % 250 + 1")
+  set(${result} 127.60.${high}.${low} PARENT_SCOPE)
+endfunction()
+
+# zivra_program_test(NAME [THREADED] [MODEL m] [CHECK run_program options] RUN program arguments), where @address@
+# stands for the address; without MODEL nothing listens there.
+function(zivra_program_test name)
+  cmake_parse_arguments(arg "THREADED" "MODEL" "SIMULATOR;CHECK;RUN" ${ARGN})
+  zivra_next_address(address)
+  set(next_address ${next_address} PARENT_SCOPE)
+  set(options)
+  if(arg_MODEL)
+    list(APPEND options --controller $<TARGET_FILE:zivra_sim_program> --address ${address})
+    foreach(option --model ${arg_MODEL} ${arg_SIMULATOR})
+      list(APPEND options --controller-option ${option})
+    endforeach()
+  endif()
+  list(TRANSFORM arg_RUN REPLACE "@address@" ${address})
+  list(TRANSFORM arg_CHECK REPLACE "@address@" ${address})
+  add_test(NAME programs.${name} COMMAND ${run} ${options} ${arg_CHECK} -- ${arg_RUN})
+  set(label plain)
+  if(arg_THREADED)
+    set(label threaded)
+  endif()
+  set_tests_properties(programs.${name} PROPERTIES LABELS ${label} TIMEOUT 120)
+endfunction()
+
+# Public headers compile alone, as the oldest standard that they promise, under every warning.
+if(NOT ZIVRA_SANITIZE)
+  file(GLOB public_headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/include
+    ${PROJECT_SOURCE_DIR}/include/zivra/*.h)
+  if(ZIVRA_BUILD_SIM)
+    list(APPEND public_headers zivra/sim/controller.h)
+  endif()
+  set(header_units)
+  foreach(header IN LISTS public_headers)
+    string(MAKE_C_IDENTIFIER ${header} unit)
+    set(unit ${CMAKE_CURRENT_BINARY_DIR}/headers/${unit}.cpp)
+    file(CONFIGURE OUTPUT ${unit} CONTENT "#include <${header}>\n#include <${header}>\n")
+    list(APPEND header_units ${unit})
+  endforeach()
+  add_library(zivra_headers_alone OBJECT ${header_units})
+  set_target_properties(zivra_headers_alone PROPERTIES CXX_STANDARD 17 CXX_EXTENSIONS OFF)
+  target_include_directories(zivra_headers_alone PRIVATE ${PROJECT_SOURCE_DIR}/include
+    $<$<BOOL:${ZIVRA_BUILD_SIM}>:${PROJECT_SOURCE_DIR}/sim/include>)
+  target_compile_options(zivra_headers_alone PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Werror)
+endif()
+
+if(ZIVRA_BUILD_SIM)
+  set(simulator $<TARGET_FILE:zivra_sim_program>)
+  zivra_program_test(simulator_help CHECK --last "Exit code: 0" RUN ${simulator} --help)
+  zivra_program_test(simulator_bad_option CHECK --code 1 --error "--colour" RUN ${simulator} --colour)
+  zivra_program_test(simulator_bad_number CHECK --code 1 --error "--port needs a number"
+    RUN ${simulator} --port 70000)
+  zivra_program_test(simulator_port_taken MODEL tandi CHECK --code 2 --error "another address with --address"
+    RUN ${simulator} --address @address@)
+endif()
+
+if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
+  foreach(example first_move read_everything survive_a_drop)
+    set(program $<TARGET_FILE:example_${example}>)
+    zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
+    zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
+    zivra_program_test(${example}_nobody_there CHECK --code 1 --within 20 --error "^${example}: .*@address@"
+      RUN ${program} @address@)
+  endforeach()
+
+  set(first_move $<TARGET_FILE:example_first_move>)
+  zivra_program_test(first_move THREADED MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^reached x 0\\.[0-9]+ .* after 8 moves, 1 refused as expected$" RUN ${first_move} @address@)
+  zivra_program_test(first_move_controller_killed THREADED MODEL tandi
+    CHECK --kill-at "finished at" --code 1 --within 30 --error "was not finished: .*\\(256\\)|: .*\\(256\\)"
+    RUN ${first_move} @address@)
+  zivra_program_test(first_move_interrupted THREADED MODEL tandi
+    CHECK --interrupt-at "^square" --code 130 --within 30 --error "interrupted" RUN ${first_move} @address@)
+  zivra_program_test(first_move_other_class MODEL quadrax
+    CHECK --code 1 --within 20 --error "does not match" RUN ${first_move} @address@)
+  zivra_program_test(first_move_power_refused MODEL tandi SIMULATOR --refuse sys.power.on=-514
+    CHECK --code 1 --within 20 --error "switching the motors on: .*\\(-514\\)" RUN ${first_move} @address@)
+
+  set(survive $<TARGET_FILE:example_survive_a_drop>)
+  zivra_program_test(survive_a_restart THREADED MODEL tandi CHECK --last "the link came back and 6 joint angles"
+    RUN ${survive} @address@)
+  zivra_program_test(survive_a_drop THREADED MODEL tandi SIMULATOR --drop-after 60
+    CHECK --last "the link came back and 6 joint angles" RUN ${survive} @address@ --wait)
+
+  foreach(pair tandi=TandiRobot tandi-five=TandiFiveRobot tandi-seven=TandiSevenRobot tandi-seven=QuillRobot
+      standard=StandardRobot triax=TriaxRobot quadrax=QuadraxRobot)
+    string(REPLACE "=" ";" pair ${pair})
+    list(GET pair 0 model)
+    list(GET pair 1 class)
+    zivra_program_test(read_everything_${class} MODEL ${model} CHECK --last "^all [0-9]+ readings came$"
+      RUN $<TARGET_FILE:example_read_everything> @address@ --class ${class})
+  endforeach()
+  zivra_program_test(read_everything_one_refused MODEL tandi SIMULATOR --refuse sys.rt.jnt_trq=-290
+    CHECK --code 1 --error "^read_everything: 1 of [0-9]+ readings failed"
+    RUN $<TARGET_FILE:example_read_everything> @address@)
+
+  if(TARGET zivra_threaded_tests)
+    add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_survive_a_drop)
+  endif()
+endif()
+
+# An application that logs with the library that this one logs with too, header-only or as packaged.
+find_package(spdlog)
+if(spdlog_FOUND AND ZIVRA_BUILD_SIM)
+  foreach(logging spdlog_header_only spdlog)
+    add_library(zivra_host_with_${logging} OBJECT logging/host_app.cpp)
+    target_link_libraries(zivra_host_with_${logging} PRIVATE spdlog::${logging})
+    target_include_directories(zivra_host_with_${logging} PRIVATE ${PROJECT_SOURCE_DIR}/include)
+    # As most applications are built: nothing hidden.
+    set_target_properties(zivra_host_with_${logging} PROPERTIES CXX_STANDARD 17 CXX_VISIBILITY_PRESET default
+      VISIBILITY_INLINES_HIDDEN OFF)
+    foreach(library zivra zivra_internal)
+      set(program zivra_host_with_${logging}_and_${library})
+      add_executable(${program} $<TARGET_OBJECTS:zivra_host_with_${logging}>)
+      set_target_properties(${program} PROPERTIES LINKER_LANGUAGE CXX)
+      target_link_libraries(${program} PRIVATE ${library} spdlog::${logging} Threads::Threads)
+      zivra_program_test(host_with_${logging}_and_${library} MODEL tandi SIMULATOR --id r1
+        CHECK --last "^host application: untouched$" RUN $<TARGET_FILE:${program}> @address@)
+    endforeach()
+  endforeach()
+endif()
+
+# Packages and formatting are the same in every kind of build.
+if(NOT ZIVRA_SANITIZE)
+  find_program(ZIVRA_NM nm)
+  if(ZIVRA_NM AND BUILD_SHARED_LIBS)
+    add_test(NAME programs.exports COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/programs/exports $<TARGET_FILE:zivra> zivra)
+    if(ZIVRA_BUILD_SIM)
+      add_test(NAME programs.exports_of_the_simulator
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/programs/exports $<TARGET_FILE:zivra_sim> zivra::sim)
+    endif()
+  endif()
+  if(ZIVRA_BUILD_SIM)
+    zivra_next_address(address)
+    add_test(NAME programs.package COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/programs/package ${PROJECT_BINARY_DIR}
+      ${PROJECT_SOURCE_DIR} ${simulator} ${address} ${CMAKE_CXX_COMPILER})
+    zivra_next_address(address)
+    add_test(NAME programs.static_package COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/programs/static_package
+      ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/static ${simulator} ${address} ${CMAKE_CXX_COMPILER}
+      "${CMAKE_CXX_COMPILER_LAUNCHER}")
+    set_tests_properties(programs.package PROPERTIES LABELS plain TIMEOUT 300)
+    set_tests_properties(programs.static_package PROPERTIES LABELS plain TIMEOUT 600 COST 1000)
+  endif()
+  add_test(NAME programs.formatting COMMAND ${PROJECT_SOURCE_DIR}/scripts/check --format)
+endif()
