@@ -1,0 +1,18 @@
+// The sections of the benchmark. Each prints its rows and asserts nothing.
+#pragma once
+
+#include "measure.h"
+#include "peer.h"
+
+namespace zivra::bench {
+
+void roundTrips(const Peer& peer, Table& table, double seconds);
+void manyExchanges(const Peer& peer, Table& table, std::int64_t exchanges);
+void moveBatches(const Peer& peer, Table& table);
+void connections(const Peer& peer, Table& table);
+void linkLoss(const Peer& peer, Table& table);
+void idleLink(const Peer& peer, Table& table);
+// In a process that has done nothing else.
+void memory(const Peer& peer, Table& table);
+
+}  // namespace zivra::bench
