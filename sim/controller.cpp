@@ -19,6 +19,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 constexpr auto kTick = 2ms;           // of wall clock while something happens
 constexpr auto kLongestStep = 100ms;  // of wall clock: a machine that stood still doesn't make the arm jump
+constexpr auto kFarewell = 50ms;      // from the order to go to the links' end
 constexpr auto kAway = 300ms;         // how long a reboot takes
 constexpr auto kListenAgainInterval = 50ms;  // when the port was taken meanwhile
 
@@ -136,6 +137,8 @@ void Controller::Core::runTime() {
 
 void Controller::Core::restart(std::unique_lock<std::mutex>& lock) {
   const bool comesBack = world.restart == Restart::reboot;
+  // Its answer to the request is out before the links go.
+  if (!sleepUntil(lock, Clock::now() + kFarewell)) return;
   away = true;
   lock.unlock();
   server.stopListening();

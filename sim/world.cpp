@@ -87,6 +87,7 @@ const char* World::modeText() const { return mode == OperateMode::automatic ? "a
 
 const char* World::stateText() const {
   if (taskSpace == TaskSpace::realTime) return "rci";
+  if (motion.jogging()) return "joging";
   return motion.moving() ? "idleing" : "idle";
 }
 
@@ -106,22 +107,26 @@ void World::cutPower(int code, const std::string& why) {
 
 void World::pressEmergencyStop() {
   safety.estopPressed = safety.estopLatched = true;
+  log(-3, "the emergency stop was pressed");
   cutPower(-3, "emergency stop");
 }
 
 int World::resetEmergencyStop() {
   if (safety.estopPressed) return -3;
+  if (safety.estopLatched) log(0, "the emergency stop was reset");
   safety.estopLatched = false;
   return 0;
 }
 
 void World::openGate(bool open) {
+  if (open != safety.gateOpen) log(0, open ? "the safety gate was opened" : "the safety gate was closed");
   safety.gateOpen = open;
   if (open) cutPower(-17, "the safety gate was opened");
 }
 
 void World::raiseServoAlarm() {
   safety.servoAlarm = true;
+  log(-50001, "servo alarm");
   cutPower(-50001, "servo alarm");
 }
 
@@ -129,6 +134,7 @@ void World::collide() {
   safety.collided = true;
   abortMotion(-50401, "collision");
   push("safety.event.collision", true);
+  log(-50401, "collision");
 }
 
 void World::clearCollision() {
@@ -156,6 +162,17 @@ int World::motionRefusal() const {
   return 0;
 }
 
+int World::startJog(Jog jog) {
+  if (safety.estopLatched) return -3;
+  if (taskSpace != TaskSpace::idle) return -18;
+  if (mode != OperateMode::manual) return -16;
+  if (!powered_) return -17;
+  jog.world = inverse(baseFrame_);
+  if (const int code = motion.jog(jog); code != 0) return code;
+  clearCollision();
+  return 0;
+}
+
 int World::appendMoves(std::vector<Move> batch) {
   if (const int code = motionRefusal(); code != 0) return code;
   std::vector<Unfinished> appended;
@@ -172,11 +189,13 @@ void World::reportMoveError(const Move& move, int code) {
   notice.custom = move.custom;
   notice.point = move.point;
   notice.error = code;
-  notify(notice, fmt::format("the move was rejected ({})", code));
+  const std::string text = fmt::format("the move was rejected ({})", code);
+  notify(notice, text);
+  log(code, text);
 }
 
 void World::abortMotion(int code, const std::string& why) {
-  const bool wasBusy = motion.pending() || motion.moving();
+  const bool wasBusy = motion.jogging() ? motion.queued() > 0 : motion.pending() || motion.moving();
   motion.halt();
   if (wasBusy) {
     MoveNotice notice;
@@ -193,9 +212,15 @@ void World::abortMotion(int code, const std::string& why) {
 
 void World::advance(double seconds) {
   for (const MoveNotice& notice : motion.advance(seconds)) {
+    if (notice.jog) {
+      log(notice.error, fmt::format("the jog ended before its step was done ({})", notice.error));
+      continue;
+    }
     if (notice.error != 0) {
       unfinished_.clear();
-      notify(notice, fmt::format("the move failed ({})", notice.error));
+      const std::string text = fmt::format("the move failed ({})", notice.error);
+      notify(notice, text);
+      log(notice.error, text);
       continue;
     }
     if (notice.finish && !unfinished_.empty()) unfinished_.pop_front();
@@ -221,5 +246,12 @@ void World::notify(const MoveNotice& notice, const std::string& text) {
 }
 
 void World::push(const std::string& key, Json::Value payload) { pushes.push_back({key, std::move(payload)}); }
+
+void World::log(int code, const std::string& text) {
+  Json::Value payload(Json::objectValue);
+  payload["error"] = code;
+  payload["data"] = text;
+  push("log.user", std::move(payload));
+}
 
 }  // namespace zivra::sim

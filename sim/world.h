@@ -82,6 +82,7 @@ class World {
 
   // 0 if moves are allowed now, else the code of the refusal.
   int motionRefusal() const;
+  int startJog(Jog jog);  // 0 or the code of the refusal
   // 0 or the code of a refusal; a move that can't be planned is accepted and reported when its turn comes.
   int appendMoves(std::vector<Move> batch);
   void reportMoveError(const Move& move, int code);
@@ -94,6 +95,7 @@ class World {
   void advance(double seconds);
 
   void push(const std::string& key, Json::Value payload);
+  void log(int code, const std::string& text);  // for the user's eyes
 
  private:
   struct Unfinished {

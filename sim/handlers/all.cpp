@@ -57,6 +57,9 @@ const Handlers& allHandlers() {
     addSignalHandlers(*h);
     addMoveHandlers(*h);
     addMotionSettingHandlers(*h);
+    addJogHandlers(*h);
+    addPathCheckHandlers(*h);
+    addSingularityHandlers(*h);
     addWatchHandlers(*h);
     return h;
   }();

@@ -59,6 +59,9 @@ void addRebootHandlers(Handlers& h);
 void addSignalHandlers(Handlers& h);
 void addMoveHandlers(Handlers& h);
 void addMotionSettingHandlers(Handlers& h);
+void addJogHandlers(Handlers& h);
+void addPathCheckHandlers(Handlers& h);
+void addSingularityHandlers(Handlers& h);
 void addWatchHandlers(Handlers& h);
 
 }  // namespace zivra::sim

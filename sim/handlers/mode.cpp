@@ -21,10 +21,12 @@ Reply state(World& w, const Json::Value&) { return answer(w.stateText()); }
 
 Reply enableRealTime(World& w, const Json::Value& parameter) {
   const auto protocol = readText(member(parameter, "protocol_version"));
-  if (!protocol || protocol->rfind("sdk", 0) != 0) return refuse(-28708);
+  if (!protocol || protocol->rfind("sdk", 0) != 0) return refuse(-28688);
   if (w.safety.estopLatched) return refuse(-28710);
   if (w.safety.collided) return refuse(-28709);
-  if (w.moving() || w.motion.pending()) return refuse(-28706);
+  if (!w.powered()) return refuse(-17);
+  if (w.moving()) return refuse(-20);
+  if (w.motion.pending()) return refuse(-28706);  // moves wait to be continued
   w.taskSpace = TaskSpace::realTime;
   return ok();
 }

@@ -1,9 +1,8 @@
 // Batches of moves and the running of the motion queue.
-#include <cmath>
-#include <optional>
 #include <vector>
 
 #include "handlers/handlers.h"
+#include "handlers/points.h"
 #include "handlers/values.h"
 
 namespace zivra::sim {
@@ -11,48 +10,6 @@ namespace zivra::sim {
 namespace {
 
 constexpr Json::ArrayIndex kLargestBatch = 100;
-
-bool readOffset(const Json::Value& value, Offset& offset) {
-  if (value.isNull()) return true;
-  const auto frame = readPose(value);
-  const auto type = readText(member(value, "type"));
-  if (!frame || (type != "offs" && type != "reltool")) return false;
-  offset = {type == "offs" ? OffsetKind::offs : OffsetKind::relTool, *frame};
-  return true;
-}
-
-bool readTarget(const Json::Value& value, Target& target) {
-  const auto pose = readPose(value);
-  if (!pose) return false;
-  target.pose = *pose;
-  std::optional<double> elbow;
-  if (!readOptional(value, "elb", elbow)) return false;
-  target.elbow = elbow.value_or(0);
-  if (const Json::Value& conf = member(value, "conf"); !conf.isNull()) {
-    const auto numbers = readNumbers(conf, 8);
-    if (!numbers) return false;
-    for (const double number : *numbers) {
-      if (std::abs(number) > 1000) return false;
-      target.conf.push_back(static_cast<int>(number));
-    }
-    target.conf.resize(8);
-  }
-  return readOffset(member(value, "offset"), target.offset);
-}
-
-bool readCircle(const Json::Value& circle, Move& move) {
-  const auto angle = readNumber(member(circle, "angle"));
-  const auto rotation = readText(member(circle, "rot_type"));
-  if (!angle || !rotation) return false;
-  move.angle = *angle;
-  if (rotation == "rot_axis")
-    move.rotation = CircleRotation::rotAxis;
-  else if (rotation == "fixed_axis")
-    move.rotation = CircleRotation::fixedAxis;
-  else if (rotation != "const_pose")
-    return false;
-  return true;
-}
 
 bool readSpiral(const Json::Value& spiral, Move& move) {
   const auto radius = readNumber(member(spiral, "radius"));
@@ -135,15 +92,23 @@ Reply continueMoves(World& w, const Json::Value&) {
   return result(w.motion.start());
 }
 
+// Whatever moves the arm comes to rest; a jog ends by it. -1: nothing to pause, or it is stopping already.
 Reply pauseMoves(World& w, const Json::Value&) {
-  if (w.moving() && !w.motion.started()) return refuse(-1);  // it is stopping already
+  if (w.motion.stopping()) return refuse(-1);
+  if (w.motion.jogging()) {
+    w.motion.stop();
+    return ok();
+  }
+  if (!w.motion.started()) return refuse(-1);
   w.motion.pause();
   return ok();
 }
 
-Reply stopMoves(World& w, const Json::Value&) {
+Reply stopMoves(World& w, const Json::Value& parameter) {
+  if (!parameter.isNull() && !readNumber(member(parameter, "task_space"))) return badParameter();
+  if (w.motion.stopping()) return refuse(-1);
+  if (!w.motion.jogging()) w.forgetMoves();  // a jog leaves them in the queue
   w.motion.stop();
-  w.forgetMoves();
   return ok();
 }
 

@@ -22,6 +22,7 @@ struct Queued {
   MoveSettings settings;
   bool planned = false;
   PlannedMove plan;
+  bool jog = false;
 };
 
 // A trajectory under way and how much of its time has passed.
@@ -59,10 +60,14 @@ struct Motion::Core {
   std::vector<MoveNotice> notices;
 
   bool waiting() const { return active && active->move.kind == MoveKind::wait; }
-  double wantedRate() const { return started && !dropping ? overrideRate : 0.0; }
+  bool jogging() const { return active && active->jog; }
+  double wantedRate() const {
+    if (dropping) return 0.0;
+    return jogging() ? 1.0 : started ? overrideRate : 0.0;
+  }
 
   void notify(const Move& move, bool finish, int error, int remark) {
-    notices.push_back({move.id, move.custom, move.point, finish, error, remark});
+    notices.push_back({move.id, move.custom, move.point, finish, error, remark, false});
   }
 
   void clear() {
@@ -180,7 +185,9 @@ struct Motion::Core {
     running.time = running.trajectory->duration();
     evaluate();
     std::fill(velocities.begin(), velocities.end(), 0.0);
-    if (dropping) {
+    if (jogging() && active->plan.endCode != 0)
+      notices.push_back({{}, {}, 0, false, active->plan.endCode, 0, true});
+    if (dropping || jogging()) {
       dropping = underWay = false;
     } else {
       const int remark = running.trajectory->shorterThanZone() ? -50027 : 0;
@@ -285,13 +292,35 @@ int Motion::append(std::vector<Move> batch) {
 
 int Motion::start() {
   Core& core = *core_;
+  if (core.jogging()) return -20;
   if (core.queue.empty() && (!core.active || core.dropping)) return -1;
   core.started = true;
   return 0;
 }
 
+int Motion::jog(const Jog& jog) {
+  Core& core = *core_;
+  if (moving()) return -20;
+  if (core.active) return -18;  // it stands in the middle of a move
+  const MoveSettings settings{core.defaults, core.tool, core.reference};
+  PlannedMove plan = planJog(*core.arm, jog, settings, toFrame(jog.world), toVector(core.now));
+  if (plan.code != 0) return plan.code;
+  for (Queued& next : core.queue) next.planned = false;  // from where the jog ends
+  core.started = false;
+  core.running = {plan.trajectory, 0};
+  core.active = Queued{{}, settings, true, std::move(plan), true};
+  core.rate = 1;
+  return 0;
+}
+
 void Motion::pause() { core_->started = false; }
-void Motion::stop() { core_->drop(); }
+void Motion::stop() {
+  if (core_->jogging()) {
+    core_->dropping = true;
+  } else {
+    core_->drop();
+  }
+}
 void Motion::reset(bool /*remainTrajectory*/) { core_->drop(); }
 
 void Motion::halt() {
@@ -307,15 +336,35 @@ void Motion::setOverride(double rate) {
 }
 double Motion::overrideRate() const { return core_->overrideRate; }
 
+bool Motion::jogging() const { return core_->jogging(); }
+bool Motion::stopping() const { return core_->dropping; }
 bool Motion::moving() const {
   const Core& core = *core_;
+  if (core.jogging()) return true;
   if (!core.active) return core.started && !core.queue.empty();
   return core.started || (core.rate > 0 && !core.waiting());
 }
 bool Motion::started() const { return core_->started; }
 bool Motion::pending() const { return !core_->queue.empty() || (core_->active && !core_->dropping); }
 std::size_t Motion::queued() const {
-  return core_->queue.size() + (core_->active && !core_->dropping ? 1 : 0);
+  return core_->queue.size() + (core_->active && !core_->dropping && !core_->jogging() ? 1 : 0);
+}
+
+PathVerdict Motion::check(const Joints& near, const Target& begin, const std::vector<Move>& moves) const {
+  const Core& core = *core_;
+  if (near.size() != core.arm->axes()) return {-50512, 0, {}};
+  if (!isFinite(begin.pose)) return {-50112, 0, {}};
+  const MoveSettings settings{core.defaults, core.tool, core.reference};
+  const KDL::Frame flange = core.reference * toFrame(begin.pose) * core.tool.Inverse();
+  const Arm::Solution start = core.arm->inverse(flange, toVector(near), {});
+  if (start.code != 0) return {start.code, 0, {}};
+  JointVector joints = toVector(start.joints);
+  for (std::size_t i = 0; i < moves.size(); ++i) {
+    const PlannedMove plan = planMove(*core.arm, moves[i], settings, joints, i == 0);
+    if (plan.code != 0) return {plan.code, i + 1, {}};
+    joints = plan.trajectory->end();
+  }
+  return {0, 0, toJoints(joints)};
 }
 
 std::vector<MoveNotice> Motion::advance(double seconds) {

@@ -87,8 +87,27 @@ struct MoveNotice {
   std::string id, custom;
   int point = 0;
   bool finish = false;
-  int error = 0;   // controller code; not 0: this and all queued moves are gone, and start() is needed anew
-  int remark = 0;  // controller code told with the finish (for instance -50027), 0: none
+  int error = 0;     // controller code; not 0: this and all queued moves are gone, and start() is needed anew
+  int remark = 0;    // controller code told with the finish (for instance -50027), 0: none
+  bool jog = false;  // no move: a jog ended before its step was done, and `error` says why
+};
+
+enum class JogSpace { world, flange, base, tool, workObject, joints };
+
+// One axis (joints) or the tool, along or about an axis of the space as it lies now.
+struct Jog {
+  JogSpace space = JogSpace::joints;
+  std::size_t axis = 0;  // from 0; of the tool: x, y, z, then the turns about x, y, z
+  double step = 0;       // rad or m, signed
+  double rate = 1;       // of the fastest jog, up to 1
+  Pose world;            // in the base
+};
+
+// What planning says about a path that nobody runs.
+struct PathVerdict {
+  int code = 0;             // 0, or the controller's code of the first point that can't be reached
+  std::size_t failing = 0;  // which point that is: 0 is the beginning, 1 the end of the first move
+  Joints end;
 };
 
 struct MotionDefaults {
@@ -97,6 +116,12 @@ struct MotionDefaults {
   bool forceConf = false;
   bool ignoreZone = true;
   double acceleration = 1.0, jerk = 1.0;  // fractions of the maximum
+  // How singular places are passed; without any of them they end a move.
+  bool lockAxis4 = false;     // the fourth axis rests at zero
+  double wristTolerance = 0;  // rad: the orientation may differ by this; 0: it may not
+  bool jointWay = false;      // straight in joint space instead of along the path
+  // Of five axes: the orientation follows the whole path, where otherwise it does as well as it can.
+  bool completePosture = false;
 };
 
 // The motion queue of the controller. Not thread-safe: the caller serialises all calls (one mutex of the
@@ -121,16 +146,22 @@ class Motion {
   int append(std::vector<Move> batch);
   int start();                        // "move.continue": 0, or -1 with nothing to do
   void pause();                       // decelerates and stands; the queue is kept
-  void stop();                        // decelerates, then the queue is gone
+  void stop();                        // decelerates, then the queue is gone; a jog leaves the queue alone
   void halt();                        // at once (emergency stop, power off); the queue is gone
   void reset(bool remainTrajectory);  // drops the queue; the move under way decelerates
+  int jog(const Jog& jog);            // 0 or why not; the queue waits meanwhile
   void failNext(int code);            // the next move that begins ends with this code
   void setOverride(double rate);      // 0..1, also while moving
   double overrideRate() const;
-  bool moving() const;   // the arm is in motion (or in a wait)
-  bool started() const;  // "continue" is in force: appended moves run at once
-  bool pending() const;  // something is queued or under way
-  std::size_t queued() const;
+  bool moving() const;  // the arm is in motion (or in a wait)
+  bool jogging() const;
+  bool stopping() const;       // it decelerates and will go no farther
+  bool started() const;        // "continue" is in force: appended moves run at once
+  bool pending() const;        // something is queued or under way
+  std::size_t queued() const;  // moves, without a jog
+
+  // Plans from `begin` (solved near the joints `near`) along the moves, with the present settings.
+  PathVerdict check(const Joints& near, const Target& begin, const std::vector<Move>& moves) const;
 
   // Lets `seconds` of simulated time pass; returns what happened meanwhile, in order.
   std::vector<MoveNotice> advance(double seconds);

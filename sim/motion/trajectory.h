@@ -21,12 +21,17 @@ class Trajectory;
 struct PlannedMove {
   int code = 0;  // 0, or the controller's code of why the move is impossible
   std::shared_ptr<const Trajectory> trajectory;
+  int endCode = 0;  // of a jog: why it ends before its step is done
 };
 
 // Plans any kind but waits and replays, from `start` at rest. `firstMove`: the arm stands there, no move led
 // to it.
 PlannedMove planMove(const ChainArm& arm, const Move& move, const MoveSettings& settings,
                      const JointVector& start, bool firstMove);
+
+// A jog that can't be done whole goes as far as it can. `world`: in the base.
+PlannedMove planJog(const ChainArm& arm, const Jog& jog, const MoveSettings& settings,
+                    const KDL::Frame& world, const JointVector& start);
 
 class Trajectory {
  public:

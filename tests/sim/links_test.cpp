@@ -155,6 +155,7 @@ TEST(Links, PushesGoToThoseWhoWatch) {
   const Json::Value push = watching.push();
   EXPECT_EQ(push["n"]["safety.event.collision"], true);
   EXPECT_GE(push.size(), 2u);
+  EXPECT_EQ(other.push()["n"]["log.user"]["error"], -50401) << "the log tells of it too";
   sim.push("log.user", R"({"error":7})");
   EXPECT_EQ(other.push()["n"]["log.user"]["error"], 7);
   for (RawClient* client : {&watching, &other, &former}) EXPECT_FALSE(client->receiveText(kQuiet));

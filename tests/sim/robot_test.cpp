@@ -83,7 +83,6 @@ void realTime(Controller&, RawClient& client) {
 
 const char kFrame[] = R"({"trans":[0.1,0.0,0.0],"rot":[0.0,0.0,0.0]})";
 const char kWait[] = R"({"time":0.1})";
-const char kProtocol[] = R"({"protocol_version":"sdk0.7.1"})";
 
 struct Interlock {
   const char* name;
@@ -120,21 +119,17 @@ const Interlock kInterlocks[] = {
     {"state in real-time control", realTime, 'g', "sys.state", "null", "rci"},
     {"mode in real-time control", realTime, 'c', "sys.mode.switch", "\"manual\"", -18},
     {"end of real-time control", realTime, 'c', "eci.disable", "null", 0},
-    {"real-time control while moving", startLongMove, 'c', "eci.enable", kProtocol, -28706},
-    {"real-time control in emergency stop", estop, 'c', "eci.enable", kProtocol, -28710},
-    {"real-time control of another client", ready, 'c', "eci.enable", "null", -28708},
     {"continue with nothing to do", ready, 'c', "move.continue", "0", -1},
-    {"pause with nothing to do", nothing, 'c', "move.pause", "null", 0},
+    {"pause with nothing to do", nothing, 'c', "move.pause", "null", -1},
     {"teach pendant", nothing, 'c', "sys.set_teach_pendant", R"({"with":false})", 0},
     {"address", nothing, 's', "eci.ip", "\"127.10.9.9\"", 0},
     {"address of no form", nothing, 's', "eci.ip", "\"1.2.3\"", -10101},
     {"address of the machine itself", nothing, 's', "eci.ip", "\"127.0.0.1\"", -10101},
     {"the robot's own address", nothing, 's', "eci.ip", "\"127.10.4.2\"", -10101},
     {"default speed", nothing, 's', "move.default_speed", "0.2", 0},
-    {"default speed of 0", nothing, 's', "move.default_speed", "0.0", -260},
     {"default zone", nothing, 's', "move.default_zone", "0.005", 0},
     {"override", nothing, 'c', "move.override_rate", "0.5", 0},
-    {"override above 1", nothing, 'c', "move.override_rate", "1.5", -260},
+    {"override above 1", nothing, 'c', "move.override_rate", "1.5", -50513},
     {"acceleration", nothing, 's', "move.acc", R"({"acc":0.5,"jerk":0.25})", 0},
     {"signal by name", nothing, 'g', "device.io", R"({"DI.DI0_0":null,"DI.no":null})",
      json(R"({"DI.DI0_0":true})")},
