@@ -97,7 +97,7 @@ enum class OperationState {
   jogging = 10,
   unknown = -1
 };
-enum class WorkType { industrial = 0, collaborative = 1 };
+enum class ZIVRA_API WorkType { industrial = 0, collaborative = 1 };
 /// Which pose is meant: of the flange in the base frame, or of the tool in the reference frame.
 enum class CoordinateType { flangeInBase = 0, endInRef = 1 };
 enum class StopLevel { stop0 = 0, stop1 = 1, stop2 = 2, suppleStop = 3 };

@@ -1,5 +1,6 @@
 #include "network/client_run.h"
 
+#include <asio/error.hpp>
 #include <asio/post.hpp>
 
 #include "network/platform.h"
@@ -34,6 +35,13 @@ void ClientRun::launch() {
 }
 
 std::uint64_t ClientRun::clientOfThisThread() noexcept { return clientOfThread; }
+
+void ClientRun::makeErrorCategories() noexcept {
+  asio::system_category();
+  asio::error::get_netdb_category();
+  asio::error::get_addrinfo_category();
+  asio::error::get_misc_category();
+}
 
 void ClientRun::requestStop() noexcept {
   stopping_ = true;

@@ -34,6 +34,9 @@ class ClientRun : public std::enable_shared_from_this<ClientRun> {
 
   // The serial of the client whose network thread is calling; 0 on any other thread.
   static std::uint64_t clientOfThisThread() noexcept;
+  // To be called before any run: what is made here is destroyed after whoever calls it, also where that one
+  // is of static storage and runs until after main.
+  static void makeErrorCategories() noexcept;
 
   void requestStop() noexcept;
   bool stopping() const noexcept { return stopping_.load(); }

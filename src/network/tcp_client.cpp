@@ -26,7 +26,9 @@ void TcpConnection::withdraw(const SendReceipt& receipt) const noexcept {
   if (generation_ != 0) run_->withdraw(receipt.ticket);
 }
 
-TcpClient::TcpClient(const Options& options) : options_(options), serial_(++lastSerial) {}
+TcpClient::TcpClient(const Options& options) : options_(options), serial_(++lastSerial) {
+  ClientRun::makeErrorCategories();
+}
 
 TcpClient::~TcpClient() { stop(); }
 

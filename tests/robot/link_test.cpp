@@ -77,6 +77,7 @@ TEST_F(Link, CallsOnItsOwnThreadsDontWaitForThemselves) {
   ASSERT_TRUE(inHandler.waitFor(4));
   EXPECT_EQ(inHandler.all(), (std::vector<Ec>{Code::timeout, deadlock, deadlock, {}}));
 
+  EXPECT_EQ(robot.powerState(ec), PowerState::on);  // the controller has taken the link
   robot.setEventWatcher(
       Event::moveExecution,
       [&](const EventInfo&) {

@@ -1,6 +1,7 @@
 // A handler that may be replaced at any time by any thread, also while it runs and by itself.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -14,15 +15,18 @@ template <class... Arguments>
 class HandlerSlot {
  public:
   using Handler = std::function<void(Arguments...)>;
+  static constexpr std::chrono::seconds longestWait{10};
 
   // Once this has returned the former handler isn't running and will not be called any more; only if the
-  // former handler itself is the caller it runs on to its end. Waits for a running one.
+  // former handler itself is the caller it runs on to its end. Waits for a running one, but not for ever for
+  // one that doesn't return.
   void set(Handler handler) {
     auto next = handler ? std::make_shared<const Handler>(std::move(handler)) : nullptr;
     std::unique_lock lock(mutex_);
     handler_.swap(next);
-    returned_.wait(lock,
-                   [this] { return runner_ == std::thread::id() || runner_ == std::this_thread::get_id(); });
+    returned_.wait_for(lock, longestWait, [this] {
+      return runner_ == std::thread::id() || runner_ == std::this_thread::get_id();
+    });
     lock.unlock();  // the former one is destroyed without the lock
   }
 
