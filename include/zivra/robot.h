@@ -76,6 +76,14 @@ class ZIVRA_API TandiRobot : public Cobot<6> {
   /// Connects; throws as `connectToRobot`.
   explicit TandiRobot(const std::string& remoteIP, const std::string& localIP = "");
   ~TandiRobot() override;
+
+  /// How the controller avoids singularities ("move.avoid_singularity", "move.avoid_sing_wrist"). `threshold`
+  /// is an angle [rad] for `wrist`, and not used for `lockAxis4`. 259 for a method that this robot doesn't
+  /// have; -260 for an answer that is no code.
+  void setAvoidSingularity(AvoidSingularityMethod method, bool enable, double threshold,
+                           std::error_code& ec) noexcept;
+  /// Whether a method is on; 259 for a method that this robot doesn't have, -260 for another answer.
+  bool getAvoidSingularity(AvoidSingularityMethod method, std::error_code& ec) noexcept;
 };
 
 /// Collaborative robot of 5 axes.
@@ -85,6 +93,9 @@ class ZIVRA_API TandiFiveRobot : public Cobot<5> {
   /// Connects; throws as `connectToRobot`.
   explicit TandiFiveRobot(const std::string& remoteIP, const std::string& localIP = "");
   ~TandiFiveRobot() override;
+
+  /// Whether orientations are interpolated completely ("sys.completePostureLerp").
+  void enableCompletePostureLerp(bool enable, std::error_code& ec) noexcept;
 };
 
 /// Collaborative robot of 7 axes.
@@ -112,6 +123,15 @@ class ZIVRA_API StandardRobot : public IndustrialRobot<6> {
   /// Connects; throws as `connectToRobot`.
   explicit StandardRobot(const std::string& remoteIP, const std::string& localIP = "");
   ~StandardRobot() override;
+
+  /// How the controller avoids singularities ("move.avoid_singularity", "move.avoid_sing_wrist",
+  /// "move.avoid_sing_joint_way"). `threshold` is an angle
+  /// [rad] for `wrist` and in the controller's measure for `jointWay`, and not used for `lockAxis4`. 259 for
+  /// a method that this robot doesn't have; -260 for an answer that is no code.
+  void setAvoidSingularity(AvoidSingularityMethod method, bool enable, double threshold,
+                           std::error_code& ec) noexcept;
+  /// Whether a method is on; 259 for a method that this robot doesn't have, -260 for another answer.
+  bool getAvoidSingularity(AvoidSingularityMethod method, std::error_code& ec) noexcept;
 };
 
 /// Industrial robot of 3 axes.

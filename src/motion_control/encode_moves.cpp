@@ -38,18 +38,6 @@ void appendTraj(JsonText& json, const NrtCommand& command, double jointSpeed, do
   json.endObject();
 }
 
-const char* rotTypeText(MoveCFCommand::RotType type) {
-  switch (type) {
-    case MoveCFCommand::RotType::rotAxis:
-      return "rot_axis";
-    case MoveCFCommand::RotType::fixedAxis:
-      return "fixed_axis";
-    case MoveCFCommand::RotType::constPose:
-      break;
-  }
-  return "const_pose";
-}
-
 void appendJoint(JsonText& json, const std::vector<MoveAbsJCommand>& commands) {
   appendBatch(json, commands, [&](const MoveAbsJCommand& command) {
     json.beginObject();
@@ -164,6 +152,18 @@ void logMove(const MoveWaitCommand&, const MotionLog&) {}
 constexpr std::size_t usualBodyBytes = 256;
 
 }  // namespace
+
+const char* rotTypeText(MoveCFCommand::RotType type) {
+  switch (type) {
+    case MoveCFCommand::RotType::rotAxis:
+      return "rot_axis";
+    case MoveCFCommand::RotType::fixedAxis:
+      return "fixed_axis";
+    case MoveCFCommand::RotType::constPose:
+      break;
+  }
+  return "const_pose";
+}
 
 std::string nextCommandId(const char* prefix) {
   std::string id = prefix;

@@ -62,6 +62,9 @@ struct MoveKind<MoveWaitCommand> {
   static constexpr bool counted = false;
 };
 
+// What a full circle does with the orientation, as the controller's word.
+const char* rotTypeText(MoveCFCommand::RotType type);
+
 // "l#12": the next number of the process.
 std::string nextCommandId(const char* prefix);
 

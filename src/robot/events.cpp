@@ -13,7 +13,7 @@ void BaseRobot::disconnectFromRobot(std::error_code& ec) noexcept { impl().disco
 
 void BaseRobot::setEventWatcher(Event event, EventCallback callback, std::error_code& ec) noexcept {
   ec.clear();
-  if (event != Event::moveExecution) return;
+  if (event != Event::moveExecution) return impl().events->armEvent(event, std::move(callback));
   const auto motion = impl().motion();
   if (!motion) {
     ec = Code::notConnected;
@@ -25,12 +25,16 @@ void BaseRobot::setEventWatcher(Event event, EventCallback callback, std::error_
 
 EventInfo BaseRobot::queryEventInfo(Event event, std::error_code& ec) noexcept {
   ec.clear();
-  if (event != Event::moveExecution) {
+  if (event == Event::moveExecution) {
+    if (const auto motion = impl().motion()) return motion->eventInfo();
+    ec = Code::notConnected;
+  } else if (!internal::LinkEvents::isPushed(event)) {
     ec = Code::argumentInvalid;
-    return {};
+  } else if (auto table = impl().events->table(event)) {
+    return *std::move(table);
+  } else {
+    ec = Code::unregisteredEvent;
   }
-  if (const auto motion = impl().motion()) return motion->eventInfo();
-  ec = Code::notConnected;
   return {};
 }
 

@@ -4,15 +4,27 @@
 
 namespace zivra::internal {
 
-void Reply::code() noexcept {
+void Reply::code(std::error_code otherwise) noexcept {
   if (failed()) return;
   const auto code = asInt(value_);
-  ec_ = code ? std::error_code(*code, category()) : make_error_code(Code::responseUnresolved);
+  ec_ = code ? std::error_code(*code, category()) : otherwise;
 }
 
 Reply& Reply::codeOrData() noexcept {
-  if (!failed() && (value_.type() == Json::intValue || value_.type() == Json::uintValue)) code();
+  if (isCode()) code();
   return *this;
+}
+
+std::string Reply::judge() noexcept {
+  if (failed()) return {};
+  if (!value_.isObject()) {
+    code();
+    return {};
+  }
+  const Json::Value& error = member(value_, "error");
+  if (!error.isNull()) Reply(ec_, error).code();
+  const Json::Value& data = member(value_, "data");
+  return textOr(data.isObject() ? member(data, "msg") : data);
 }
 
 std::vector<double> Reply::numbers() noexcept {

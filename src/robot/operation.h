@@ -42,10 +42,15 @@ class Reply {
   const Json::Value& value() const noexcept { return value_; }
   void fail(Code code) noexcept { ec_ = code; }
 
-  // The reply integer is the result code; 257 if it is none.
-  void code() noexcept;
+  // The reply integer is the result code; `otherwise` if it is none.
+  void code(std::error_code otherwise = Code::responseUnresolved) noexcept;
   // An integer in place of the data is the result code of a failure; other values stay for the next rule.
   Reply& codeOrData() noexcept;
+  // True if the value is an integer, 0 included, where data could have come.
+  bool isCode() const noexcept { return value_.type() == Json::intValue || value_.type() == Json::uintValue; }
+  // An integer, or the member "error" of an object, is the result code; 257 for anything else. Returns what
+  // the controller says of a failure in "data", which is a text or an object with a text "msg".
+  std::string judge() noexcept;
   // All elements of an array of numbers; 257 otherwise.
   std::vector<double> numbers() noexcept;
   // The first n elements of an array; `tooShort` if it is none or has fewer, 257 if they are no numbers.
@@ -100,6 +105,13 @@ class Operation {
   template <class... Args>
   void error(fmt::format_string<Args...> format, Args&&... args) noexcept {
     both(LogLevel::error, format, fmt::make_format_args(args...));
+  }
+  // The last line of an operation that could not begin, at debug level, to the global logger only.
+  template <class... Args>
+  void debug(fmt::format_string<Args...> format, Args&&... args) noexcept {
+    if (logs(LogLevel::debug)) {
+      globalLogger().write(LogLevel::debug, line(format, fmt::make_format_args(args...)));
+    }
   }
   // A line for the robot's logger alone, at info level, without the uid.
   template <class... Args>

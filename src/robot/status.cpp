@@ -122,7 +122,7 @@ CartesianPosition BaseRobot::cartPosture(CoordinateType ct, std::error_code& ec)
   if (reply.codeOrData().failed()) return {};
   if (!reply.value().isObject()) {
     // 0 is a code like the others: it brings no position, and no failure.
-    if (!reply.value().isIntegral()) reply.fail(Code::responseUnresolved);
+    if (!reply.isCode()) reply.fail(Code::responseUnresolved);
     return {};
   }
   bool malformed = false;

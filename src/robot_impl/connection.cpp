@@ -9,6 +9,7 @@
 #include "core/library_message.h"
 #include "core/log.h"
 #include "robot_impl/impl.h"
+#include "robot_impl/turn.h"
 
 namespace zivra {
 
@@ -20,38 +21,11 @@ constexpr std::int64_t watcherEndLimitNs = 5'000'000'000;
 
 }  // namespace
 
-class BaseRobot::Impl::Turn {
- public:
-  explicit Turn(Impl& impl) : impl_(impl) {
-    const bool mayWait = !impl.onOwnThread();
-    std::unique_lock lock(impl.turnMutex_);
-    // The holder's own steps all end, so this wait does.
-    if (mayWait) impl.turnFree_.wait(lock, [&] { return !impl.turnTaken_; });
-    if (impl.turnTaken_) return;
-    impl.turnTaken_ = held_ = true;
-  }
-  ~Turn() {
-    if (!held_) return;
-    {
-      const std::lock_guard lock(impl_.turnMutex_);
-      impl_.turnTaken_ = false;
-    }
-    impl_.turnFree_.notify_one();
-  }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
-
-  bool held() const { return held_; }
-
- private:
-  Impl& impl_;
-  bool held_ = false;
-};
-
 BaseRobot::Impl::Impl()
     : service((internal::chooseLanguage(), std::make_shared<XService>())),
       rtService(std::make_unique<XService>()),
       events(std::make_shared<internal::LinkEvents>(service)) {
+  service->setPushHandler([shared = events](const Json::Value& message) { shared->dispatch(message); });
   service->setConnectionHandler([shared = events](bool connected) { shared->linkChanged(connected); });
   service->setLogger(internal::consoleLogger());
   internal::prepareRobotLogging();
@@ -59,9 +33,9 @@ BaseRobot::Impl::Impl()
 
 BaseRobot::Impl::~Impl() {
   // Small objects may keep the link beyond this robot: first of all nothing of it calls back any more.
-  events->setUserHandler(nullptr);
-  service->setConnectionHandler(nullptr);
   service->setPushHandler(nullptr);
+  events->close();
+  service->setConnectionHandler(nullptr);
   std::error_code ignored;
   if (const auto control = motion()) {
     control->setEventHandler(nullptr);

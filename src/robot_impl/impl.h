@@ -44,6 +44,8 @@ class BaseRobot::Impl {
   // Tells the controller where the state stream goes, unless empty; NetworkException if it refuses.
   void setLocalAddress(const std::string& localIP);
   void disconnect(std::error_code& ec) noexcept;
+  // Leaves the mode that the robot is in and enters another; kept only if all of it went well.
+  void switchMode(MotionControlMode mode, std::error_code& ec) noexcept;
   // Stops a moving robot, ignoring the outcome; for the destructor of the robot.
   void stopIfMoving() noexcept;
 
@@ -54,7 +56,7 @@ class BaseRobot::Impl {
   const std::shared_ptr<XService> service;
   const std::unique_ptr<XService> rtService;
   const std::shared_ptr<internal::LinkEvents> events;
-  std::atomic<MotionControlMode> mode{MotionControlMode::Idle};
+  std::atomic<MotionControlMode> mode{MotionControlMode::Idle};  // survives a reconnection
 
  private:
   // One connecting or disconnecting at a time; nobody waits for a turn on a thread that the holder may be
@@ -75,6 +77,7 @@ class BaseRobot::Impl {
 
   mutable std::mutex motionMutex_;  // guards the pointer
   std::shared_ptr<MotionControl<1>> motion_;
+  std::unique_ptr<MotionControl<2>> rlTask_;  // only within a turn
 
   std::mutex turnMutex_;
   std::condition_variable turnFree_;
