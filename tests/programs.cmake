@@ -67,7 +67,7 @@ if(ZIVRA_BUILD_SIM)
 endif()
 
 if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
-  foreach(example first_move read_everything survive_a_drop)
+  foreach(example first_move jog_and_pause check_path watch_events jog_keyboard read_everything survive_a_drop)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -88,6 +88,28 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
   zivra_program_test(first_move_power_refused MODEL tandi SIMULATOR --refuse sys.power.on=-514
     CHECK --code 1 --within 20 --error "switching the motors on: .*\\(-514\\)" RUN ${first_move} @address@)
 
+  zivra_program_test(jog_and_pause THREADED MODEL tandi SIMULATOR --speed-factor 4
+    CHECK --last "^jogged 2 times, paused and continued a line$" RUN $<TARGET_FILE:example_jog_and_pause> @address@)
+  zivra_program_test(jog_and_pause_interrupted THREADED MODEL tandi
+    CHECK --interrupt-at "^jog of axis 1" --code 130 --within 30 --error "interrupted"
+    RUN $<TARGET_FILE:example_jog_and_pause> @address@)
+  zivra_program_test(check_path MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^4 paths checked, 1 can't be followed as expected, moved along 3 lines$"
+    RUN $<TARGET_FILE:example_check_path> @address@)
+  zivra_program_test(watch_events THREADED MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^heard 4 of moves, 0 of safety, 0 of programs, 1 of the log$"
+    RUN $<TARGET_FILE:example_watch_events> @address@)
+
+  # A pipe's keys come at once, and its end after them: the last one counts as held until the time of a release.
+  # \133 is the bracket of an arrow key, which would keep CMake from taking the list apart.
+  set(jog_keyboard $<TARGET_FILE:example_jog_keyboard>)
+  zivra_program_test(jog_keyboard THREADED MODEL tandi
+    CHECK --last "^2 jogs, axes moved by [0-9.]+ -0\\.[0-9]*[1-9][0-9]* 0\\.000 0\\.000 0\\.000 0\\.000 rad$"
+    RUN sh -c "printf 'x\\033\\133C\\033\\133A\\033\\133D' | \"$0\" @address@" ${jog_keyboard})
+  zivra_program_test(jog_keyboard_interrupted THREADED MODEL tandi
+    CHECK --interrupt-at "^axis 1 forwards" --code 130 --within 30 --error "interrupted"
+    RUN sh -c "mkfifo keys && exec 3<>keys && printf '\\033\\133C' >&3 && exec \"$0\" @address@ <&3" ${jog_keyboard})
+
   set(survive $<TARGET_FILE:example_survive_a_drop>)
   zivra_program_test(survive_a_restart THREADED MODEL tandi CHECK --last "the link came back and 6 joint angles"
     RUN ${survive} @address@)
@@ -107,7 +129,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     RUN $<TARGET_FILE:example_read_everything> @address@)
 
   if(TARGET zivra_threaded_tests)
-    add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_survive_a_drop)
+    add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_jog_and_pause
+      example_watch_events example_jog_keyboard example_survive_a_drop)
   endif()
 endif()
 
