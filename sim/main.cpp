@@ -40,6 +40,7 @@ faults, KEY being a request key or * for all; each may be given several times:
   --delay KEY=MS        answer requests of KEY after MS milliseconds
   --mute KEY            never answer requests of KEY
   --drop-after N        break all links after every N frames received
+  --collide-after S     the arm meets an obstacle S seconds after the start, once
 
 Ends at SIGINT or SIGTERM. Exit code: 0, 1 for a bad option, 2 if a port can't be had.
 )";
@@ -68,6 +69,7 @@ struct Settings {
   Options options;
   std::vector<Fault> faults;
   int dropAfter = 0;
+  double collideAfter = 0;  // s
   bool verbose = false, help = false;
 };
 
@@ -121,6 +123,8 @@ Settings readArguments(int argc, char** argv) {
       settings.faults.push_back(lasting(Fault::Kind::mute, std::string(value())));
     } else if (option == "--drop-after") {
       settings.dropAfter = number(option, value(), 1, 1'000'000'000);
+    } else if (option == "--collide-after") {
+      settings.collideAfter = number(option, value(), 0.001, 1e6);
     } else {
       throw Usage(fmt::format("unknown option \"{}\"", option));
     }
@@ -164,8 +168,15 @@ int run(Settings settings) {
              settings.options.port);
   std::fflush(stdout);
 
-  int signal = 0;
-  sigwait(&ending, &signal);
+  int signal = -1;
+  if (settings.collideAfter > 0) {
+    timespec until{};
+    until.tv_sec = static_cast<time_t>(settings.collideAfter);
+    until.tv_nsec = static_cast<long>((settings.collideAfter - static_cast<double>(until.tv_sec)) * 1e9);
+    signal = sigtimedwait(&ending, nullptr, &until);
+    if (signal < 0) controller.collide();
+  }
+  if (signal < 0) sigwait(&ending, &signal);
   controller.stop();
   return 0;
 }
