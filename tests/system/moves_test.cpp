@@ -58,7 +58,8 @@ TEST_F(Moves, OfEachKindReachTheirTargets) {
   const auto runs = [&](const char* what, const CartesianPosition* end) {
     EXPECT_FALSE(ec) << what << ": " << ec.message();
     robot.moveStart(ec);
-    EXPECT_FALSE(ec) << what << ": " << ec.message();
+    // A controller that was started before runs what is appended, and may be done with it by now.
+    EXPECT_TRUE(!ec || (finishes > 0 && ec == Code::moveEmptyCache)) << what << ": " << ec.message();
     ASSERT_TRUE(moving.waitForFinishes(++finishes)) << what;
     ASSERT_TRUE(controller().waitUntilIdle(longestWait)) << what;
     EXPECT_EQ(moving.finishes().back().id, id) << what;
