@@ -27,13 +27,12 @@ if(ZIVRA_WERROR)
   target_compile_options(zivra_flags INTERFACE -Werror)
 endif()
 if(ZIVRA_SANITIZE)
-  # Instrumented code hides from GCC what has been set; the plain build has the warning.
-  target_compile_options(zivra_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_compile_options(-fsanitize=${ZIVRA_SANITIZE} -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ZIVRA_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # With the sanitizers' code in between GCC takes the standard library's own variables for uninitialized.
     target_compile_options(zivra_flags INTERFACE -Wno-maybe-uninitialized)
+    add_compile_options(-fno-var-tracking)  # takes minutes there, for nothing that a stack trace shows
   endif()
   if(ZIVRA_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=undefined)

@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <new>
+#include <pthread.h>
 #include <spdlog/logger.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/ansicolor_sink.h>
@@ -152,9 +153,20 @@ LogRegistry& LogRegistry::instance() noexcept {
       instance().periodicFlush_.stopForGood();
       instance().flushAll();
     });
+    ::pthread_atfork(holdForFork, releaseAfterFork, releaseAfterFork);
     return made;
   }();
   return *registry;
+}
+
+void LogRegistry::holdForFork() {
+  instance().periodicFlush_.holdForFork();
+  instance().mutex_.lock();
+}
+
+void LogRegistry::releaseAfterFork() {
+  instance().mutex_.unlock();
+  instance().periodicFlush_.releaseAfterFork();
 }
 
 Logger* LogRegistry::makeGlobal() noexcept {

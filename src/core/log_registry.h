@@ -46,6 +46,8 @@ class LogRegistry {
   // The loggers that anybody still holds, registered or not: what they were given reaches its file.
   void flushAll() noexcept;
   void remember(const std::shared_ptr<Logger>& logger);
+  static void holdForFork();
+  static void releaseAfterFork();
 
   std::mutex mutex_;  // of the three below
   std::shared_ptr<Logger> console_;

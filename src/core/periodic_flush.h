@@ -24,6 +24,9 @@ class PeriodicFlush {
   void stop() noexcept;
   // The process ends: from now on nothing may wait for a flush.
   void stopForGood() noexcept;
+  // Around a fork, so that the child doesn't inherit a lock that nobody will release.
+  void holdForFork() { mutex_.lock(); }
+  void releaseAfterFork() { mutex_.unlock(); }
 
   // How long a line may wait before the next line of its logger flushes it: for ever while the worker runs.
   std::chrono::nanoseconds longestWait() const noexcept {
