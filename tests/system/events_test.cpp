@@ -72,7 +72,8 @@ TEST_F(Events, AWatcherCommandsTheNextMove) {
     EXPECT_FALSE(own) << own.message();
     if (moves == 3) controller.failNextMove(-50102);
     robot.moveStart(own);
-    EXPECT_FALSE(own) << own.message();
+    // Moves that come while others run are carried out at once: this one may be done already.
+    EXPECT_TRUE(!own || own == Code::moveEmptyCache) << own.message();
   };
   robot.setEventWatcher(
       Event::moveExecution,
