@@ -212,7 +212,11 @@ void ScriptedController::slice(std::size_t bytes) {
 }
 
 void ScriptedController::send(std::string bytes) {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
+  // A client may know of its link before it is taken here.
+  changed_.wait_for(lock, longestWait, [&] {
+    return std::any_of(links_.begin(), links_.end(), [](const Link& link) { return !link.closing; });
+  });
   for (Link& link : links_) link.out += bytes;
   wake();
 }
