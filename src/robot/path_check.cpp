@@ -38,11 +38,10 @@ struct Verdict {
 Verdict check(Operation& op, const Json::Value& path, std::size_t startValues, std::error_code& ec) {
   auto reply = op.command("move.path.check", path);
   const std::string text = reply.judge();
-  op.note("checkPath ({}{})", ec, text);
-
   Verdict verdict;
   const Json::Value& data = internal::member(reply.value(), "data");
   if (!ec && data.isArray()) verdict.joints = internal::Reply(ec, data).numbers();
+  op.note("checkPath ({}{})", ec, text);
   if (!ec) return verdict;
   verdict.joints.assign(startValues, 0.0);
   const auto index = internal::asInt(internal::member(data, "index"));
