@@ -2,27 +2,40 @@
 
 #include <any>
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <system_error>
 #include <unordered_map>
 #include <vector>
 
+#include <zivra/base.h>
+#include <zivra/ethercat.h>
 #include <zivra/export.h>
 #include <zivra/move_command.h>
+#include <zivra/service_types.h>
 #include <zivra/types.h>
 
 namespace zivra {
-
-/// Common tag of the library's main classes.
-template <class T>
-struct Base {};
 
 /// Latest news of one kind as a table; `std::any_cast` gives the values by the types that `setEventWatcher`
 /// names.
 using EventInfo = std::unordered_map<std::string, std::any>;
 using EventCallback = std::function<void(const EventInfo&)>;
+/// Hears how far a transfer is, in bytes.
+using TransferProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
+
+/// How the state stream is doing since it was started. An addition of this library's own.
+struct ZIVRA_API StateStreamHealth {
+  std::uint64_t received = 0;        ///< datagrams taken, skipped ones included
+  std::uint64_t tooShort = 0;        ///< of these: shorter than the fields asked for, and not decoded
+  std::uint64_t skipped = 0;         ///< of these: left behind by `drainRobotState`
+  std::chrono::nanoseconds age{-1};  ///< since the newest was taken; -1 before the first
+  std::uint64_t largestGap = 0;      ///< between the "ts" of two that followed each other [us]
+};
 
 /// The operations that every robot has. Make an object of the class of the robot's model (robot.h).
 ///
@@ -216,6 +229,158 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
   /// The latest news of one kind, without waiting. 255 for moves before the first connection, 272 for a kind
   /// that was never watched, 259 for an unknown one.
   EventInfo queryEventInfo(Event event, std::error_code& ec) noexcept;
+  /// @}
+
+  /// @name State stream
+  /// Fields of the robot's state at a fixed rate, as datagrams that the application takes: no exchange is
+  /// made for them. Needs the robot to be connected with a `localIP` (`localAddressTowards` finds it).
+  /// `Robot_T::startReceiveRobotState` starts it. One thread takes; others may read meanwhile.
+  /// @{
+
+  /// Ends the stream ("eci.pub.stop"); nothing happens if there is none. A thread that waits in
+  /// `updateRobotState` comes back.
+  void stopReceiveRobotState() noexcept;
+  /// Takes one datagram, the oldest that waits. Its length in bytes; 0 if none came within `timeout`. One
+  /// that is too short for the fields asked for changes nothing. Throws RealtimeStateException without a
+  /// stream, RealtimeMotionException for a motion error that the controller tells ("errors"),
+  /// NetworkException.
+  unsigned updateRobotState(std::chrono::nanoseconds timeout);
+  /// Takes all datagrams that wait and keeps the newest, without waiting; returns how many were skipped.
+  /// Throws as `updateRobotState`, and for a motion error in any of them. An addition of this library's own.
+  unsigned drainRobotState();
+  /// Counts since the stream was started; any thread. An addition of this library's own.
+  StateStreamHealth stateStreamHealth() const noexcept;
+  /// A field of the last datagram; zero before the first. 0, or -1 for a field that isn't in the stream or
+  /// has another type: `value` is untouched then (a vector is empty). Throws RealtimeStateException without a
+  /// stream.
+  int getStateData(const std::string& name, double& value);
+  int getStateData(const std::string& name, std::uint64_t& value);
+  int getStateData(const std::string& name, std::vector<double>& value);
+  /// @}
+
+  /// @name Signals and registers
+  /// Signals are addressed by board and port, both from 0. What the controller doesn't know is its code;
+  /// nothing is checked here.
+  /// @{
+
+  bool getDI(unsigned board, unsigned port, std::error_code& ec) noexcept;    ///< ("device.io")
+  bool getDO(unsigned board, unsigned port, std::error_code& ec) noexcept;    ///< ("device.io")
+  double getAI(unsigned board, unsigned port, std::error_code& ec) noexcept;  ///< ("device.io")
+  /// -10030 unless simulation mode is on ("device.io.simu.di").
+  void setDI(unsigned board, unsigned port, bool state, std::error_code& ec) noexcept;
+  /// -14501 for a signal that isn't there or is the system's ("device.io.out.do").
+  void setDO(unsigned board, unsigned port, bool state, std::error_code& ec) noexcept;
+  /// -14501 for a signal that isn't there or is the system's ("device.io.out.ao").
+  void setAO(unsigned board, unsigned port, double value, std::error_code& ec) noexcept;
+  /// Whether inputs take what `setDI` says ("device.io.simu.on", "device.io.simu.off").
+  void setSimulationMode(bool state, std::error_code& ec) noexcept;
+  /// Reads a register ("register.values"). T: int, float or bool, or a vector of one of them, which reads a
+  /// whole array (`index` isn't used). -17001 if the controller can't read it, 259 for another type; `value`
+  /// is untouched then.
+  template <class T>
+  void readRegister(const std::string& name, unsigned index, T& value, std::error_code& ec) noexcept;
+  /// Writes a register ("register.write"). T as for `readRegister`; -1, or for an array -17002, if the
+  /// controller can't write it.
+  template <class T>
+  void writeRegister(const std::string& name, unsigned index, T value, std::error_code& ec) noexcept;
+  /// @}
+
+  /// @name Programs and files
+  /// @{
+
+  /// Projects and their tasks ("project.list").
+  std::vector<RLProjectInfo> projectsInfo(std::error_code& ec) noexcept;
+  /// Loads tasks of a project ("project.load"). 259 for an empty name or no task; 262, as for the next three,
+  /// before the mode was `NrtRLTask` once.
+  void loadProject(const std::string& name, const std::vector<std::string>& tasks,
+                   std::error_code& ec) noexcept;
+  void ppToMain(std::error_code& ec) noexcept;      ///< Program pointer to main ("project.pp.main").
+  void runProject(std::error_code& ec) noexcept;    ///< Starts or continues ("project.start").
+  void pauseProject(std::error_code& ec) noexcept;  ///< Pauses ("project.stop").
+  /// Speed override, 0.01 to 1 (258 otherwise), and whether to begin again at the end ("project.run_param").
+  void setProjectRunningOpt(double rate, bool loop, std::error_code& ec) noexcept;
+  /// Sends a project, a zip file of at most 10 MiB, and has it unpacked ("ix.sdk.import_project"). The name
+  /// under which the controller stored it; empty on failure. -279 no such file, -281 no zip file, -283 empty
+  /// or too large, -284 refused or damaged, -285 not acknowledged within 5 minutes, -277, -278.
+  std::string importProject(const std::string& file_path, bool overwrite, std::error_code& ec) noexcept;
+  /// Removes a project, or all ("ix.sdk.remove_project"); -60005 for an unknown one.
+  void removeProject(const std::string& project_name, std::error_code& ec, bool remove_all = false) noexcept;
+  /// Sends one file of at most 10 MiB ("eci.file_transfer.import_project_file"). `dest` says where it goes:
+  /// "project/P" and "project/P/F.ext" are files of project P (json, xml or sys), "project/P/T" and
+  /// "project/P/T/F.mod" programs of its task T; a name not given is that of the source. The name under which
+  /// the controller stored it; empty on failure. 259 for another `dest`, -281 for a file that doesn't fit it;
+  /// the rest as for `importProject`.
+  std::string importFile(const std::string& src_file_path, const std::string& dest, bool overwrite,
+                         std::error_code& ec) noexcept;
+  /// Removes tasks ("project/P/T") and programs ("project/P/T/F.mod") ("project.remove_files"). 259 or -281
+  /// if one path is none of these: nothing is removed then.
+  void removeFiles(const std::vector<std::string>& file_path_list, std::error_code& ec) noexcept;
+  /// Tells how far a file is on its way, on the thread of the call that sends it; empty: nobody is told. What
+  /// it throws is ignored. An addition of this library's own.
+  void setTransferProgress(TransferProgress progress);
+  /// @}
+
+  /// @name Tools and work objects
+  /// @{
+
+  /// Tool, load and work object in force ("ix.coord.toolset").
+  Toolset toolset(std::error_code& ec) noexcept;
+  /// Sets them ("ix.coord.toolset").
+  void setToolset(const Toolset& toolset, std::error_code& ec) noexcept;
+  /// Sets them by names ("sys.toolset.query", "ix.coord.toolset"); what was found. -50501 for unknown names.
+  Toolset setToolset(const std::string& toolName, const std::string& wobjName, std::error_code& ec) noexcept;
+  std::vector<WorkToolInfo> toolsInfo(std::error_code& ec) noexcept;  ///< All tools ("project.tool.info").
+  std::vector<WorkToolInfo> wobjsInfo(
+      std::error_code& ec) noexcept;  ///< All work objects ("project.wobj.info").
+  /// Makes or changes a tool of the loaded project, or a global one ("project.tool", "global.tools.set.one");
+  /// -50501 if the controller refuses.
+  void setToolInfo(const WorkToolInfo& tool_info, std::error_code& ec) noexcept;
+  /// The same for a work object ("project.wobj", "global.wobjs.set.one").
+  void setWobjInfo(const WorkToolInfo& wobj_info, std::error_code& ec) noexcept;
+  /// @}
+
+  /// @name Rail and external axes
+  /// Lengths are metres; the controller's own measure is a thousandth. 259 for a name, or a type of value,
+  /// that isn't one of those listed; nothing is sent then.
+  /// @{
+
+  /// Sets a parameter of the rail ("rail_param", "rail.set_rail_frame"). T and names: double or int for
+  /// "encoderResolution", "reductionRatio", "maxSpeed", "maxAcc", "maxJerk", "motorSpeed", "softLimit0",
+  /// "softLimit1", "range0", "range1"; bool for "enable"; std::string for "name"; a vector of two double for
+  /// "softLimit" and "range"; Frame for "baseFrame" (258 if the controller doesn't take it).
+  template <class T>
+  void setRailParameter(const std::string& name, T value, std::error_code& ec) noexcept;
+  /// Reads one ("rail_param"); same types and names. 259 if the controller's value has another type; `value`
+  /// is untouched on failure.
+  template <class T>
+  void getRailParameter(const std::string& name, T& value, std::error_code& ec) noexcept;
+  /// Reads parameter `info` of external axis `name`, "axis1" to "axis6" ("ext_axis.get_axis_info"), in the
+  /// controller's measure. T: int, double, bool, std::string or a vector of std::string, which is appended
+  /// to.
+  template <class T>
+  void getExtAxisInfo(const std::string& name, const std::string& info, T& value,
+                      std::error_code& ec) noexcept;
+  /// Reads parameter `info` of mechanical unit `name`, "u1" to "u6" ("ext_axis.get_mechanical_unit_info"). T:
+  /// int, bool or a vector of std::string, which is appended to.
+  template <class T>
+  void getMechUnit(const std::string& name, const std::string& info, T& value, std::error_code& ec) noexcept;
+  /// @}
+
+  /// @name Clock, log and configuration
+  /// @{
+
+  /// Sets the time server ("sys.ntp.config").
+  void configNtp(const std::string& server_ip, std::error_code& ec) noexcept;
+  /// Sets the controller's clock by it ("sys.ntp.sync"); at most 12 s.
+  void syncTimeWithServer(std::error_code& ec) noexcept;
+  /// Entries of the user log, the newest first ("user_log.query"): `count` of them, 1 to 10 (clamped), behind
+  /// the first `offset`. UTF-8, or with Chinese texts code page 936.
+  std::vector<LogInfo> queryControllerLog(unsigned count, const std::set<LogInfo::Level>& level,
+                                          std::error_code& ec, unsigned offset = 0) noexcept;
+  /// The controller's Denavit-Hartenberg parameters, nominal or calibrated, in its own order ("cfg.get").
+  std::vector<double> getRobotCfg_DHparam(bool get_nominal, std::error_code& ec) noexcept;
+  /// The EtherCAT slaves behind the controller, over a new link. Throws NetworkException.
+  BaseEthercat ethercat();
   /// @}
 
  protected:

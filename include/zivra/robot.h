@@ -1,11 +1,19 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <system_error>
+#include <type_traits>
+#include <vector>
 
 #include <zivra/base_robot.h>
 #include <zivra/export.h>
+#include <zivra/force_control.h>
+#include <zivra/model.h>
+#include <zivra/panel.h>
 #include <zivra/types.h>
 
 namespace zivra {
@@ -33,15 +41,111 @@ class ZIVRA_API Robot_T : public virtual BaseRobot {
   /// Positions, signals, mode and speed override in one exchange.
   StateList getStateList(std::error_code& ec) noexcept;
 
+  /// Starts the state stream: the controller sends `fields` every `interval` (whole milliseconds) to this
+  /// machine ("eci.fields.out", "eci.port", "eci.pub.start"). Returns when the first datagram is there, after
+  /// 200 ms at least; nothing happens if these fields are being received already, or none is named. Throws
+  /// RealtimeControlException (the controller or the catalogue of fields refuses, no port) or
+  /// RealtimeStateException (other fields are being received, nothing came within 3 s). Robots of 3 and 4
+  /// axes have no state stream.
+  template <unsigned short axes = dof>
+  std::enable_if_t<(axes > 4)> startReceiveRobotState(std::chrono::nanoseconds interval,
+                                                      const std::vector<std::string>& fields) {
+    startStream(interval, fields);
+  }
+
+  /// Lower and upper limit of each axis ("safety.soft_limit"), in the controller's measure. Whether they are
+  /// in force; on failure `limits` is untouched.
+  bool getSoftLimit(std::array<double[2], dof>& limits, std::error_code& ec) noexcept;
+  /// Switches the limits, and sets them unless left out.
+  void setSoftLimit(bool enable, std::error_code& ec,
+                    const std::array<double[2], dof>& limits = {
+                        {{std::numeric_limits<double>::max(), 0}}}) noexcept;
+
+  /// Has the controller calculate a frame from taught `points`, each the axis angles [rad]
+  /// ("utils.calibrate_frame"): 6 for `baseFrame`, 3, 4 or 6 for `tool`, 3 for `wobj` and `rail`; otherwise
+  /// 259. `is_held`: the tool or work object is held by the robot. `base_aux` [m] is used for the base frame.
+  /// 273 if the points lie too close together.
+  FrameCalibrationResult calibrateFrame(FrameType type, const std::vector<std::array<double, dof>>& points,
+                                        bool is_held, std::error_code& ec,
+                                        const std::array<double, 3>& base_aux = {}) noexcept;
+
+  /// Questions to the controller's kinematic model; shares the link, needs no connection to be made.
+  Model_T<dof> model();
+
  protected:
   Robot_T();
   Robot_T(const std::string& remoteIP, const std::string& localIP);
+
+ private:
+  void startStream(std::chrono::nanoseconds interval, const std::vector<std::string>& fields);
 };
 
 /// What all collaborative robots share.
 class ZIVRA_API BaseCobot : public virtual BaseRobot {
  public:
   ~BaseCobot() override;
+
+  /// @name Guiding by hand
+  /// @{
+
+  /// Lets the arm be moved by hand ("sys.drag", "eci.drag"). Joint space goes with `freely` only (259).
+  /// `quick`: at once, without the enabling button.
+  void enableDrag(DragParameter::Space space, DragParameter::Type type, std::error_code& ec,
+                  bool quick = false) noexcept;
+  void disableDrag(std::error_code& ec) noexcept;
+  /// Records the path for at most `duration` seconds ("move.record.start").
+  void startRecordPath(int duration, std::error_code& ec) noexcept;
+  void stopRecordPath(std::error_code& ec) noexcept;    ///< ("move.record.stop")
+  void cancelRecordPath(std::error_code& ec) noexcept;  ///< ("move.record.cancel")
+  /// Keeps the recorded path as `name`, or renames the stored path `name` to `saveAs` ("move.record.save").
+  void saveRecordPath(const std::string& name, std::error_code& ec, const std::string& saveAs = "") noexcept;
+  /// Queues a stored path as a move; `rate` is a factor of its speed. 255 before the first connection, 262 in
+  /// another mode than Idle or NrtCommand.
+  void replayPath(const std::string& name, double rate, std::error_code& ec) noexcept;
+  /// Removes one stored path or all ("move.record.remove", "move.record.remove.all").
+  void removePath(const std::string& name, std::error_code& ec, bool removeAll = false) noexcept;
+  std::vector<std::string> queryPathLists(std::error_code& ec) noexcept;  ///< ("move.record.paths")
+  /// @}
+
+  /// Switches collision detection off ("safety.collision_detection").
+  void disableCollisionDetection(std::error_code& ec) noexcept;
+
+  /// @name Panel at the tool
+  /// Arguments out of range give 258, and nothing is sent. How much fits into a transfer depends on the type
+  /// of panel, which is asked for at first need.
+  /// @{
+
+  /// Supply output ("device.io.norvil").
+  void setNorvilVout(NorvilOpt::Vout opt, std::error_code& ec) noexcept;
+  /// Supply output, and RS485 on ("device.io.norvil"); it stays on whatever `if_rs485` says.
+  void setNorvilRS485(NorvilOpt::Vout opt, bool if_rs485, std::error_code& ec) noexcept;
+  /// Reads (`fun_cmd` 3, 4) or writes (6, 16) `num` values from register `reg_addr` of a Modbus slave
+  /// ("modbusRTU.register.rw"). `data_type`: "int16", "uint16", "int32", "uint32", the last two in two
+  /// registers, low word first, and not with 6. `data_array` has `num` elements, for reads too, and is
+  /// replaced by the answer, 16-bit values without sign. -1 if the transfer failed.
+  void NorvilRWModbusRTUReg(int slave_addr, int fun_cmd, int reg_addr, const std::string& data_type, int num,
+                            std::vector<int>& data_array, bool if_crc_reverse, std::error_code& ec) noexcept;
+  /// Reads (`fun_cmd` 1, 2) or writes (5, 15) `num` coils from `coil_addr` ("modbusRTU.coil.rw"); as for
+  /// registers.
+  void NorvilRWModbusRTUCoil(int slave_addr, int fun_cmd, int coil_addr, int num,
+                             std::vector<bool>& data_array, bool if_crc_reverse,
+                             std::error_code& ec) noexcept;
+  /// Sends `send_byte` bytes and receives `rev_byte`; both vectors have these sizes ("modbusRTU.data.rw"). -1
+  /// if the transfer failed.
+  void NorvilRS485SendData(int send_byte, int rev_byte, const std::vector<std::uint8_t>& send_data,
+                           std::vector<std::uint8_t>& recv_data, std::error_code& ec) noexcept;
+  /// Sends frames ("modbusRTU.can.send"). `data_type`: "uint8", or "int16" and "uint16", whose values still
+  /// are one byte each. One bad frame, and none is sent.
+  void CANSendData(const std::string& data_type, const std::vector<CANFrame>& send_frame,
+                   std::error_code& ec) noexcept;
+  /// Waits at most `timeout_ms` for a frame ("modbusRTU.can.recv"); never longer than 10 s. -1 if none came.
+  void CANReceiveData(int timeout_ms, const std::string& data_type, CANFrame& recv_frame,
+                      std::error_code& ec) noexcept;
+  /// Keys pressed ("device.io.keypad"); none on failure.
+  KeyPadState getKeypadState(std::error_code& ec) noexcept;
+  /// Whether the controller talks to another real-time client in place of this library ("eci.rci.cfg").
+  void useRciClient(bool use, std::error_code& ec) noexcept;
+  /// @}
 
  protected:
   BaseCobot();
@@ -52,6 +156,17 @@ template <unsigned short dof>
 class ZIVRA_API Cobot : public Robot_T<WorkType::collaborative, dof>, public BaseCobot {
  public:
   ~Cobot() override;
+
+  /// Switches collision detection on ("safety.collision_detection"). `sensitivity` is the controller's
+  /// measure, one an axis. `fallback_compliance` is how far to go back, or for `suppleStop` how yielding to
+  /// be, at most 1. 264 if it is on already.
+  void enableCollisionDetection(const std::array<double, dof>& sensitivity, StopLevel behaviour,
+                                double fallback_compliance, std::error_code& ec) noexcept;
+  /// Sets the force sensors' zero, of all axes or of one, which counts from 0 (258)
+  /// ("utils.calibrate_force_sensor").
+  void calibrateForceSensor(bool all_axes, int axis_index, std::error_code& ec) noexcept;
+  /// Commands of force control. Asks the controller once; at most 10 s, whatever it answers.
+  ForceControl_T<dof> forceControl();
 
  protected:
   Cobot();
@@ -132,6 +247,12 @@ class ZIVRA_API StandardRobot : public IndustrialRobot<6> {
                            std::error_code& ec) noexcept;
   /// Whether a method is on; 259 for a method that this robot doesn't have, -260 for another answer.
   bool getAvoidSingularity(AvoidSingularityMethod method, std::error_code& ec) noexcept;
+
+  /// Switches collision detection on ("safety.collision_detection"); the robot stops and goes back by
+  /// `fallback`. 264 if it is on already.
+  void enableCollisionDetection(const std::array<double, 6>& sensitivity, double fallback,
+                                std::error_code& ec) noexcept;
+  void disableCollisionDetection(std::error_code& ec) noexcept;
 };
 
 /// Industrial robot of 3 axes.

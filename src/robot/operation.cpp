@@ -15,6 +15,11 @@ Reply& Reply::codeOrData() noexcept {
   return *this;
 }
 
+Reply& Reply::tellAs(int code, int as) noexcept {
+  if (ec_ == std::error_code(code, category())) ec_ = {as, category()};
+  return *this;
+}
+
 std::string Reply::judge() noexcept {
   if (failed()) return {};
   if (!value_.isObject()) {
@@ -63,26 +68,24 @@ std::string Reply::text() noexcept {
 
 Reply Operation::get(const char* key, const Json::Value& parameter) noexcept {
   Json::Value value;
-  impl_.service->get(key, parameter, value, ec_);
+  service_.get(key, parameter, value, ec_);
   return {ec_, std::move(value)};
 }
 
 Reply Operation::getMany(const std::vector<std::string>& keys,
                          const std::vector<Json::Value>& parameters) noexcept {
   Json::Value values;
-  impl_.service->getMany(keys, parameters, values, ec_);
+  service_.getMany(keys, parameters, values, ec_);
   return {ec_, std::move(values)};
 }
 
-Reply Operation::command(const char* key, const Json::Value& parameters) noexcept {
+Reply Operation::command(const char* key, const Json::Value& parameters, std::int64_t timeoutNs) noexcept {
   Json::Value value;
-  impl_.service->command(key, parameters, value, ec_);
+  service_.command(key, parameters, value, ec_, timeoutNs);
   return {ec_, std::move(value)};
 }
 
-void Operation::set(const char* key, const Json::Value& value) noexcept {
-  impl_.service->set(key, value, ec_);
-}
+void Operation::set(const char* key, const Json::Value& value) noexcept { service_.set(key, value, ec_); }
 
 std::string Operation::line(fmt::string_view format, fmt::format_args args) noexcept {
   return "uid: " + uid() + " | " + vformatLine(format, args);
@@ -91,7 +94,7 @@ std::string Operation::line(fmt::string_view format, fmt::format_args args) noex
 void Operation::both(LogLevel level, fmt::string_view format, fmt::format_args args) noexcept {
   const std::string text = line(format, args);
   globalLogger().write(level, text);
-  impl_.service->logger()->write(level, text);
+  service_.logger()->write(level, text);
 }
 
 }  // namespace zivra::internal

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <json/json.h>
 #include <string>
 #include <string_view>
@@ -20,6 +21,7 @@
 
 #include "core/json.h"
 #include "core/log.h"
+#include "network/xservice/xservice.h"
 #include "robot_impl/impl.h"
 
 namespace zivra::internal {
@@ -46,6 +48,8 @@ class Reply {
   void code(std::error_code otherwise = Code::responseUnresolved) noexcept;
   // An integer in place of the data is the result code of a failure; other values stay for the next rule.
   Reply& codeOrData() noexcept;
+  // A refusal that the controller tells as `code` is told as `as`.
+  Reply& tellAs(int code, int as) noexcept;
   // True if the value is an integer, 0 included, where data could have come.
   bool isCode() const noexcept { return value_.type() == Json::intValue || value_.type() == Json::uintValue; }
   // An integer, or the member "error" of an object, is the result code; 257 for anything else. Returns what
@@ -79,20 +83,19 @@ class Reply {
 class Operation {
  public:
   // Clears `ec`; no line at the beginning.
-  Operation(BaseRobot::Impl& impl, std::error_code& ec) noexcept : impl_(impl), ec_(ec) { ec.clear(); }
+  Operation(XService& service, std::error_code& ec) noexcept : service_(service), ec_(ec) { ec.clear(); }
+  Operation(BaseRobot::Impl& impl, std::error_code& ec) noexcept : Operation(*impl.service, ec) {}
   // Clears `ec` and writes the first line at debug level to the global logger.
-  template <class... Args>
-  Operation(BaseRobot::Impl& impl, std::error_code& ec, fmt::format_string<Args...> begin,
-            Args&&... args) noexcept
-      : Operation(impl, ec) {
-    if (logs(LogLevel::debug)) {
-      globalLogger().write(LogLevel::debug, line(begin, fmt::make_format_args(args...)));
-    }
+  template <class Owner, class... Args>
+  Operation(Owner& owner, std::error_code& ec, fmt::format_string<Args...> begin, Args&&... args) noexcept
+      : Operation(owner, ec) {
+    debug(begin, std::forward<Args>(args)...);
   }
 
   Reply get(const char* key, const Json::Value& parameter = Json::Value()) noexcept;
   Reply getMany(const std::vector<std::string>& keys, const std::vector<Json::Value>& parameters) noexcept;
-  Reply command(const char* key, const Json::Value& parameters = Json::Value()) noexcept;
+  Reply command(const char* key, const Json::Value& parameters = Json::Value(),
+                std::int64_t timeoutNs = XService::defaultTimeoutNs) noexcept;
   // The reply integer is the result code.
   void set(const char* key, const Json::Value& value) noexcept;
 
@@ -116,14 +119,14 @@ class Operation {
   // A line for the robot's logger alone, at info level, without the uid.
   template <class... Args>
   void note(fmt::format_string<Args...> format, Args&&... args) noexcept {
-    logOwn(impl_.service->logger().get(), LogLevel::info, format, std::forward<Args>(args)...);
+    logOwn(service_.logger().get(), LogLevel::info, format, std::forward<Args>(args)...);
   }
 
  private:
   static std::string line(fmt::string_view format, fmt::format_args args) noexcept;
   void both(LogLevel level, fmt::string_view format, fmt::format_args args) noexcept;
 
-  BaseRobot::Impl& impl_;
+  XService& service_;
   std::error_code& ec_;
 };
 
