@@ -38,6 +38,12 @@ std::optional<int> asInt(const Json::Value& value) noexcept {
   return std::nullopt;
 }
 
+std::optional<std::int64_t> asInteger(const Json::Value& value) noexcept {
+  if (value.type() == Json::intValue) return value.asLargestInt();
+  if (value.type() == Json::uintValue) return static_cast<std::int64_t>(value.asLargestUInt());
+  return std::nullopt;
+}
+
 std::optional<std::uint64_t> asUnsigned(const Json::Value& value) noexcept {
   if (value.type() == Json::uintValue) return value.asLargestUInt();
   if (value.type() == Json::intValue && value.asLargestInt() >= 0) {
@@ -60,6 +66,12 @@ std::optional<double> asNumber(const Json::Value& value) noexcept {
 std::optional<bool> asBool(const Json::Value& value) noexcept {
   if (value.type() != Json::booleanValue) return std::nullopt;
   return value.asBool();
+}
+
+std::optional<bool> asFlag(const Json::Value& value) noexcept {
+  if (const auto flag = asBool(value)) return flag;
+  const auto number = asNumber(value);
+  return number ? std::optional<bool>(*number != 0) : std::nullopt;
 }
 
 std::optional<std::string> asText(const Json::Value& value) {

@@ -19,11 +19,15 @@ bool hasMember(const Json::Value& value, std::string_view key) noexcept;
 
 // A JSON integer that fits into int (2.0 is none); nothing otherwise.
 std::optional<int> asInt(const Json::Value& value) noexcept;
+// A JSON integer of any size; one beyond the range wraps around.
+std::optional<std::int64_t> asInteger(const Json::Value& value) noexcept;
 // A JSON integer that is not negative.
 std::optional<std::uint64_t> asUnsigned(const Json::Value& value) noexcept;
 // A JSON number of any kind.
 std::optional<double> asNumber(const Json::Value& value) noexcept;
 std::optional<bool> asBool(const Json::Value& value) noexcept;
+// A bool, or a number: anything but 0 is true.
+std::optional<bool> asFlag(const Json::Value& value) noexcept;
 std::optional<std::string> asText(const Json::Value& value);
 // The text if it is one, else `fallback`.
 std::string textOr(const Json::Value& value, std::string_view fallback = {});

@@ -10,6 +10,11 @@ void Reply::code(std::error_code otherwise) noexcept {
   ec_ = code ? std::error_code(*code, category()) : otherwise;
 }
 
+Reply& Reply::codeOrNull() noexcept {
+  if (!value_.isNull()) code();
+  return *this;
+}
+
 Reply& Reply::codeOrData() noexcept {
   if (isCode()) code();
   return *this;
@@ -64,6 +69,23 @@ std::string Reply::text() noexcept {
   auto text = asText(value_);
   if (!text) fail(Code::responseUnresolved);
   return std::move(text).value_or(std::string());
+}
+
+std::vector<std::string> Reply::texts() noexcept {
+  if (failed()) return {};
+  std::vector<std::string> texts;
+  if (value_.isArray()) {
+    for (const Json::Value& element : value_) {
+      auto text = asText(element);
+      if (!text) break;
+      texts.push_back(std::move(*text));
+    }
+  }
+  if (!value_.isArray() || texts.size() != value_.size()) {
+    fail(Code::responseUnresolved);
+    return {};
+  }
+  return texts;
 }
 
 Reply Operation::get(const char* key, const Json::Value& parameter) noexcept {

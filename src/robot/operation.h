@@ -46,6 +46,8 @@ class Reply {
 
   // The reply integer is the result code; `otherwise` if it is none.
   void code(std::error_code otherwise = Code::responseUnresolved) noexcept;
+  // As `code`; null, which some commands answer, is success.
+  Reply& codeOrNull() noexcept;
   // An integer in place of the data is the result code of a failure; other values stay for the next rule.
   Reply& codeOrData() noexcept;
   // A refusal that the controller tells as `code` is told as `as`.
@@ -63,6 +65,8 @@ class Reply {
   std::array<double, 6> pose() noexcept;
   // The text; 257 if it is none.
   std::string text() noexcept;
+  // All elements of an array of texts; 257 otherwise.
+  std::vector<std::string> texts() noexcept;
   // The text's meaning; a word that isn't listed gives `otherwise` and no error, what is no text 257.
   template <class Enum, std::size_t n>
   Enum word(const Word<Enum> (&words)[n], Enum otherwise) noexcept {

@@ -53,10 +53,17 @@ class BaseRobot::Impl {
   std::shared_ptr<MotionControl<1>> motion() const;
   internal::Logger* logger() const;  // of the link; stays valid as long as this object
 
+  // Type of the panel at the tool, asked for at first need; two threads may both ask.
+  std::atomic<int> panelType{0};
+  std::atomic<bool> panelTypeKnown{false};
+
   const std::shared_ptr<XService> service;
   const std::unique_ptr<XService> rtService;
   const std::shared_ptr<internal::LinkEvents> events;
   std::atomic<MotionControlMode> mode{MotionControlMode::Idle};  // survives a reconnection
+  // How the arm was last asked to be guided.
+  std::atomic<DragParameter::Space> dragSpace{DragParameter::Space::jointSpace};
+  std::atomic<DragParameter::Type> dragType{DragParameter::Type::freely};
 
  private:
   // One connecting or disconnecting at a time; nobody waits for a turn on a thread that the holder may be

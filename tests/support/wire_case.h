@@ -77,6 +77,10 @@ struct Rules {
   Rules&& ownLogOnly() && { return ownLog = true, std::move(*this); }
   // Its line isn't written if the link is down.
   Rules&& silentOnDeadLink() && { return deadLinkLogged = false, std::move(*this); }
+  // A request that comes before, with its reply.
+  Rules&& after(char form, const char* key, const char* payload, const char* reply) && {
+    return preceding.push_back({form, key, payload, reply}), std::move(*this);
+  }
   // A further request that follows, with its reply.
   Rules&& then(char form, const char* key, const char* payload, const char* reply) && {
     return further.push_back({form, key, payload, reply}), std::move(*this);
@@ -93,7 +97,7 @@ struct Rules {
   int deadCode = 256;
   std::string idPrefix;
   bool ownLog = false, deadLinkLogged = true;
-  std::vector<Further> further;
+  std::vector<Further> preceding, further;
 };
 
 struct WireCase {
