@@ -251,6 +251,20 @@ void Controller::reboot() {
   core_->change([](World& w) { w.restart = Restart::reboot; });
 }
 
+void Controller::setPanelType(int type) {
+  core_->change([&](World& w) { w.panel.type = type; });
+}
+
+void Controller::pressPanelKey(int key, bool pressed) {
+  if (key < 1 || key > 7) throw std::out_of_range("the panel has the keys 1 to 7");
+  core_->change([&](World& w) { w.panel.keys[static_cast<std::size_t>(key - 1)] = pressed; });
+}
+
+void Controller::setModbusInput(int address, std::uint16_t value) {
+  if (address < 0 || address > 255) throw std::out_of_range("the Modbus slave has the addresses 0 to 255");
+  core_->change([&](World& w) { w.panel.input[static_cast<std::size_t>(address)] = value; });
+}
+
 std::vector<double> Controller::jointPositions() const {
   return core_->read([](const World& w) { return w.motion.joints(); });
 }

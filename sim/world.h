@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "motion/motion.h"
+#include "panel.h"
 #include "robot_models.h"
 
 namespace zivra::sim {
@@ -53,6 +54,7 @@ class World {
   TaskSpace taskSpace = TaskSpace::idle;
   Safety safety;
   Signals signals;
+  Panel panel;
   std::string localAddress;  // where the client wants its state datagrams
   bool teachPendant = true;
   Restart restart = Restart::none;

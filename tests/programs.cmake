@@ -116,6 +116,13 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
   zivra_program_test(survive_a_drop THREADED MODEL tandi SIMULATOR --drop-after 60
     CHECK --last "the link came back and 6 joint angles" RUN ${survive} @address@ --wait)
 
+  zivra_program_test(modbus_sensor MODEL tandi CHECK --last "^threshold -1234567, in registers 10617 and 65517$"
+    RUN $<TARGET_FILE:example_modbus_sensor> @address@)
+  zivra_program_test(can_round_trip MODEL tandi CHECK --last "^received id 0x111: de ad be ef$"
+    RUN $<TARGET_FILE:example_can_round_trip> @address@)
+  zivra_program_test(can_round_trip_unanswered MODEL tandi SIMULATOR --refuse modbusRTU.can.recv=-1
+    CHECK --code 1 --error "waiting for an answer: .*\\(-1\\)" RUN $<TARGET_FILE:example_can_round_trip> @address@)
+
   foreach(pair tandi=TandiRobot tandi-five=TandiFiveRobot tandi-seven=TandiSevenRobot tandi-seven=QuillRobot
       standard=StandardRobot triax=TriaxRobot quadrax=QuadraxRobot)
     string(REPLACE "=" ";" pair ${pair})

@@ -60,6 +60,7 @@ const Handlers& allHandlers() {
     addJogHandlers(*h);
     addPathCheckHandlers(*h);
     addSingularityHandlers(*h);
+    addPanelHandlers(*h);
     addWatchHandlers(*h);
     return h;
   }();

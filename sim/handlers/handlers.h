@@ -62,6 +62,7 @@ void addMotionSettingHandlers(Handlers& h);
 void addJogHandlers(Handlers& h);
 void addPathCheckHandlers(Handlers& h);
 void addSingularityHandlers(Handlers& h);
+void addPanelHandlers(Handlers& h);
 void addWatchHandlers(Handlers& h);
 
 }  // namespace zivra::sim

@@ -104,6 +104,13 @@ class ZIVRA_SIM_API Controller {
   void failNextMove(int code);  ///< the next move that begins ends with this controller code
   void reboot();  ///< as "utils.reboot": links drop, the controller is away for a moment and comes back
 
+  // The panel at the tool
+  void setPanelType(int type);                ///< 2, 3, 4, or another for one that carries little
+  void pressPanelKey(int key, bool pressed);  ///< key 1 to 7
+  /// Input registers (function 4) of the Modbus slave with address 1, which answers while the panel supplies 24 V
+  /// and its port is a serial one; address 0 to 255.
+  void setModbusInput(int address, std::uint16_t value);
+
   // What is going on
   std::vector<double> jointPositions() const;
   std::string powerState() const;      ///< as reported under "sys.power"
