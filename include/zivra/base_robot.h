@@ -5,10 +5,12 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <set>
 #include <string>
 #include <system_error>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include <zivra/move_command.h>
 #include <zivra/service_types.h>
 #include <zivra/types.h>
+#include <zivra/value_types.h>
 
 namespace zivra {
 
@@ -260,13 +263,15 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
 
   /// @name Signals and registers
   /// Signals are addressed by board and port, both from 0. What the controller doesn't know is its code;
-  /// nothing is checked here.
+  /// nothing is checked here. Registers are the controller's variables of the types int, float and bool, each
+  /// single or an array. What isn't finite reaches the controller as null or as a number beyond all range.
   /// @{
 
   bool getDI(unsigned board, unsigned port, std::error_code& ec) noexcept;    ///< ("device.io")
   bool getDO(unsigned board, unsigned port, std::error_code& ec) noexcept;    ///< ("device.io")
   double getAI(unsigned board, unsigned port, std::error_code& ec) noexcept;  ///< ("device.io")
-  /// -10030 unless simulation mode is on ("device.io.simu.di").
+  /// -10030 unless simulation mode is on ("device.io.simu.di"). Of this and the next two the controller tells
+  /// this one refusal only.
   void setDI(unsigned board, unsigned port, bool state, std::error_code& ec) noexcept;
   /// -14501 for a signal that isn't there or is the system's ("device.io.out.do").
   void setDO(unsigned board, unsigned port, bool state, std::error_code& ec) noexcept;
@@ -274,15 +279,25 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
   void setAO(unsigned board, unsigned port, double value, std::error_code& ec) noexcept;
   /// Whether inputs take what `setDI` says ("device.io.simu.on", "device.io.simu.off").
   void setSimulationMode(bool state, std::error_code& ec) noexcept;
-  /// Reads a register ("register.values"). T: int, float or bool, or a vector of one of them, which reads a
-  /// whole array (`index` isn't used). -17001 if the controller can't read it, 259 for another type; `value`
-  /// is untouched then.
+  /// Reads a register ("register.values"). T: int, float or bool, of which `index` chooses one in an array,
+  /// or a vector of one of them, which reads a whole array (`index` isn't used). -17001 if the controller
+  /// can't read it, -260 if it answers with something else; `value` is untouched then. 259 for a register of
+  /// another type or an empty array: `value` is untouched then, but a vector is empty.
   template <class T>
-  void readRegister(const std::string& name, unsigned index, T& value, std::error_code& ec) noexcept;
-  /// Writes a register ("register.write"). T as for `readRegister`; -1, or for an array -17002, if the
-  /// controller can't write it.
+  internal::ForRegister<T> readRegister(const std::string& name, unsigned index, T& value,
+                                        std::error_code& ec) noexcept;
+  /// Writes a register ("register.write"). T as for `readRegister`; a vector is written from the array's
+  /// beginning (`index` isn't used). -1, or for an array -17002, if the controller can't write it, -14010 if
+  /// the register is the system's.
   template <class T>
-  void writeRegister(const std::string& name, unsigned index, T value, std::error_code& ec) noexcept;
+  internal::ForRegister<T> writeRegister(const std::string& name, unsigned index, T value,
+                                         std::error_code& ec) noexcept;
+  /// The same for a list in braces.
+  template <class T, class = std::enable_if_t<std::is_arithmetic_v<T>>>
+  void writeRegister(const std::string& name, unsigned index, std::initializer_list<T> values,
+                     std::error_code& ec) noexcept {
+    writeRegister(name, index, std::vector<T>(values), ec);
+  }
   /// @}
 
   /// @name Programs and files
@@ -340,30 +355,43 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
   /// @}
 
   /// @name Rail and external axes
-  /// Lengths are metres; the controller's own measure is a thousandth. 259 for a name, or a type of value,
-  /// that isn't one of those listed; nothing is sent then.
+  /// 259 for a name that isn't one of those listed, or doesn't go with the type of the value; nothing is sent
+  /// then. 259 as well if the controller's value is of another type or isn't there. `value` is untouched on
+  /// failure.
   /// @{
 
   /// Sets a parameter of the rail ("rail_param", "rail.set_rail_frame"). T and names: double or int for
-  /// "encoderResolution", "reductionRatio", "maxSpeed", "maxAcc", "maxJerk", "motorSpeed", "softLimit0",
-  /// "softLimit1", "range0", "range1"; bool for "enable"; std::string for "name"; a vector of two double for
-  /// "softLimit" and "range"; Frame for "baseFrame" (258 if the controller doesn't take it).
+  /// "encoderResolution", "reductionRatio", "motorSpeed" (the controller's measure), "maxSpeed" [m/s],
+  /// "maxAcc" [m/s^2], "maxJerk" [m/s^3], "softLimit0", "softLimit1", "range0" and "range1" [m] (lower end,
+  /// upper end); bool for "enable"; std::string for "name"; a vector of two double for "softLimit" and
+  /// "range"; Frame for "baseFrame" (258 if the controller doesn't take it).
   template <class T>
-  void setRailParameter(const std::string& name, T value, std::error_code& ec) noexcept;
-  /// Reads one ("rail_param"); same types and names. 259 if the controller's value has another type; `value`
-  /// is untouched on failure.
+  internal::ForRailSetting<T> setRailParameter(const std::string& name, T value,
+                                               std::error_code& ec) noexcept;
+  /// The same for a text that is no std::string; 259 for a null pointer.
+  void setRailParameter(const std::string& name, const char* value, std::error_code& ec) noexcept;
+  /// The same for a list in braces.
+  void setRailParameter(const std::string& name, std::initializer_list<double> values,
+                        std::error_code& ec) noexcept;
+  /// Reads one ("rail_param"); same types, names and units; an int is cut off towards 0. A frame that the
+  /// controller doesn't have is zero.
   template <class T>
-  void getRailParameter(const std::string& name, T& value, std::error_code& ec) noexcept;
+  internal::ForRail<T> getRailParameter(const std::string& name, T& value, std::error_code& ec) noexcept;
   /// Reads parameter `info` of external axis `name`, "axis1" to "axis6" ("ext_axis.get_axis_info"), in the
   /// controller's measure. T: int, double, bool, std::string or a vector of std::string, which is appended
-  /// to.
+  /// to. `info`: "ext_data_number", "ext_axis_number", "is_servo_gun", "max_acc", "max_jerk",
+  /// "max_motor_speed", "max_speed", "soft_limit_lower", "soft_limit_upper", "zero_value",
+  /// "motor_overload_coefficient", "motor_torque_limiting", "reduction_ratio", "rated_torque_of_motor",
+  /// "resolution_ratio", "joint_orient", "coordinate_calibrated", "driver_name".
   template <class T>
-  void getExtAxisInfo(const std::string& name, const std::string& info, T& value,
-                      std::error_code& ec) noexcept;
+  internal::ForExtAxis<T> getExtAxisInfo(const std::string& name, const std::string& info, T& value,
+                                         std::error_code& ec) noexcept;
   /// Reads parameter `info` of mechanical unit `name`, "u1" to "u6" ("ext_axis.get_mechanical_unit_info"). T:
-  /// int, bool or a vector of std::string, which is appended to.
+  /// int, bool or a vector of std::string, which is appended to. `info`: "activation", "axes_info", "enable",
+  /// "fixed_name", "mech_link_type", "order", "unit_name".
   template <class T>
-  void getMechUnit(const std::string& name, const std::string& info, T& value, std::error_code& ec) noexcept;
+  internal::ForMechUnit<T> getMechUnit(const std::string& name, const std::string& info, T& value,
+                                       std::error_code& ec) noexcept;
   /// @}
 
   /// @name Clock, log and configuration

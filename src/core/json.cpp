@@ -68,10 +68,9 @@ std::optional<bool> asBool(const Json::Value& value) noexcept {
   return value.asBool();
 }
 
-std::optional<bool> asFlag(const Json::Value& value) noexcept {
-  if (const auto flag = asBool(value)) return flag;
-  const auto number = asNumber(value);
-  return number ? std::optional<bool>(*number != 0) : std::nullopt;
+std::optional<bool> asTruth(const Json::Value& value) noexcept {
+  if (const auto number = asNumber(value)) return *number != 0;
+  return asBool(value);
 }
 
 std::optional<std::string> asText(const Json::Value& value) {

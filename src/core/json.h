@@ -26,8 +26,8 @@ std::optional<std::uint64_t> asUnsigned(const Json::Value& value) noexcept;
 // A JSON number of any kind.
 std::optional<double> asNumber(const Json::Value& value) noexcept;
 std::optional<bool> asBool(const Json::Value& value) noexcept;
-// A bool, or a number: anything but 0 is true.
-std::optional<bool> asFlag(const Json::Value& value) noexcept;
+// A bool, or a number that is true unless it is 0.
+std::optional<bool> asTruth(const Json::Value& value) noexcept;
 std::optional<std::string> asText(const Json::Value& value);
 // The text if it is one, else `fallback`.
 std::string textOr(const Json::Value& value, std::string_view fallback = {});

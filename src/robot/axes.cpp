@@ -28,12 +28,6 @@ bool appendSignals(const Json::Value& object, Read read, std::vector<std::pair<s
   return true;
 }
 
-std::optional<bool> asSignal(const Json::Value& value) {
-  if (const auto state = internal::asBool(value)) return state;
-  const auto number = internal::asInt(value);
-  return number ? std::optional<bool>(*number != 0) : std::nullopt;
-}
-
 // False if something in it can't be understood.
 bool readRest(const Json::Value& values, StateList& list) {
   bool malformed = false;
@@ -42,7 +36,7 @@ bool readRest(const Json::Value& values, StateList& list) {
 
   const Json::Value& io = internal::member(values, "device.io");
   for (const char* kind : {"DI", "DO"}) {
-    if (!appendSignals(internal::member(io, kind), asSignal, list.digital_signals)) return false;
+    if (!appendSignals(internal::member(io, kind), internal::asTruth, list.digital_signals)) return false;
   }
   for (const char* kind : {"AI", "AO"}) {
     if (!appendSignals(internal::member(io, kind), internal::asNumber, list.analog_signals)) return false;

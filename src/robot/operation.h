@@ -50,6 +50,8 @@ class Reply {
   Reply& codeOrNull() noexcept;
   // An integer in place of the data is the result code of a failure; other values stay for the next rule.
   Reply& codeOrData() noexcept;
+  // True if there is data to be read; an integer in its place is the result code, and 0 is no failure.
+  bool isData() noexcept { return !codeOrData().failed() && !isCode(); }
   // A refusal that the controller tells as `code` is told as `as`.
   Reply& tellAs(int code, int as) noexcept;
   // True if the value is an integer, 0 included, where data could have come.

@@ -238,7 +238,7 @@ void BaseCobot::NorvilRWModbusRTUCoil(int slave_addr, int fun_cmd, int coil_addr
   auto reply = op.command("modbusRTU.coil.rw", request);
   judge(reply, ec);
   if (!refused(ec)) {
-    const auto read = readBack(reply, "rev_data", num, internal::asFlag);
+    const auto read = readBack(reply, "rev_data", num, internal::asTruth);
     data_array.assign(read.begin(), read.end());
   }
   op.end(" NorvilRWModbusRTUCoil end, ec:{}", ec);
@@ -284,7 +284,7 @@ KeyPadState BaseCobot::getKeypadState(std::error_code& ec) noexcept {
   if (reply.failed() || reply.value().size() != std::size(keys)) return {};
   KeyPadState state;
   for (Json::ArrayIndex i = 0; i < std::size(keys); ++i) {
-    const auto pressed = internal::asFlag(reply.value()[i]);
+    const auto pressed = internal::asTruth(reply.value()[i]);
     if (!pressed) {
       reply.fail(Code::responseUnresolved);
       return {};

@@ -109,7 +109,7 @@ template <WorkType wt, unsigned short dof>
 bool Robot_T<wt, dof>::getSoftLimit(std::array<double[2], dof>& limits, std::error_code& ec) noexcept {
   auto reply = Operation(impl(), ec).get(softLimitKey);
   if (reply.failed()) return false;
-  const auto enabled = internal::asFlag(internal::member(reply.value(), "enable"));
+  const auto enabled = internal::asTruth(internal::member(reply.value(), "enable"));
   const auto lower = limitsIn<dof>(internal::member(reply.value(), "lower"));
   const auto upper = limitsIn<dof>(internal::member(reply.value(), "upper"));
   if (!enabled || !lower || !upper) {

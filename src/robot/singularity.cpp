@@ -57,7 +57,7 @@ bool getAvoid(BaseRobot::Impl& impl, bool hasJointWay, AvoidSingularityMethod me
     return false;
   }
   auto reply = op.get(key);
-  if (reply.codeOrData().failed() || reply.isCode()) return false;
+  if (!reply.isData()) return false;
   if (const auto state = internal::asBool(reply.value())) return *state;
   const std::string word = internal::textOr(reply.value());
   if (word == "on" || word == "off") return word == "on";

@@ -150,7 +150,8 @@ const WireCase rows[] = {
      Rules()
          .tolerates(
              TOLERANT("/sys.posture") " >/* </* -/sys.mode /sys.mode=null -/sys.posture /sys.posture=null")
-         .tolerates("-/device.io* /device.io=* /device.io/[AD][IO]=null /device.io/D?/?=int")
+         .tolerates(
+             "-/device.io* /device.io=* /device.io/[AD][IO]=null /device.io/D?/?=int /device.io/D?/?=real")
          .tolerates("-/project.run_param* /project.run_param=* /project.run_param/override=null")
          .tolerates("</sys.rt.jnt_pos /sys.rt.jnt_pos/6=*")
          .otherCode(261)},

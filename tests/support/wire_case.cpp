@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <json/json.h>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -126,6 +127,13 @@ class Run {
     return row_.form == 'g' && !row_.rules.integerCode ? row_.rules.damageCode : -290;
   }
 
+  std::optional<int> codeOf(const std::string& damage) const {
+    for (const auto& [patterns, code] : row_.rules.damageCodes) {
+      if (matchesAny(damage, patterns)) return code;
+    }
+    return std::nullopt;
+  }
+
   void damagedReplies() {
     for (const Damage& damage : damagesOf(row_.reply)) {
       SCOPED_TRACE(damage.name + ": " + damage.json);
@@ -135,6 +143,8 @@ class Run {
         EXPECT_EQ(code, 0);
       } else if (damage.name == "=int" && *row_.key != '\0') {
         EXPECT_EQ(code, codeOfInteger());
+      } else if (const auto exact = codeOf(damage.name)) {
+        EXPECT_EQ(code, *exact);
       } else {
         EXPECT_TRUE(code == 257 || code == row_.rules.damageCode) << code;
       }

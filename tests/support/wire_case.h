@@ -17,6 +17,7 @@
 #include <system_error>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <zivra/error.h>
@@ -60,6 +61,10 @@ struct Rules {
   }
   // Another code than 257 that a damage may get, and what is no data at all does get.
   Rules&& otherCode(int code) && { return damageCode = code, std::move(*this); }
+  // The exact code of these damages.
+  Rules&& damaged(const char* patterns, int code) && {
+    return damageCodes.emplace_back(patterns, code), std::move(*this);
+  }
   // An integer in place of a get's data is the controller's code.
   Rules&& integerIsCode() && { return integerCode = true, std::move(*this); }
   // The reply's value is not looked at: no damage shows, only a reply without the key.
@@ -92,6 +97,7 @@ struct Rules {
   };
   std::string tolerated;
   int damageCode = 257;
+  std::vector<std::pair<std::string, int>> damageCodes;
   bool integerCode = false;
   bool awaited = true;
   int deadCode = 256;
