@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <condition_variable>
+#include <fmt/format.h>
 #include <stdexcept>
 
 #include "handlers/handlers.h"
@@ -68,6 +69,13 @@ struct Controller::Core {
       noticeChange();
     }
     server.wake();
+  }
+
+  template <typename Level>
+  void setInput(const std::string& name, Level level) {
+    bool applied = false;
+    change([&](World& w) { applied = w.signals.apply(name, level); });
+    if (!applied) throw std::invalid_argument("no terminal leads to the input " + name);
   }
 
   // With worldMutex held, after anything but the passing of time: wakes those whom it concerns, and nobody
@@ -263,6 +271,29 @@ void Controller::pressPanelKey(int key, bool pressed) {
 void Controller::setModbusInput(int address, std::uint16_t value) {
   if (address < 0 || address > 255) throw std::out_of_range("the Modbus slave has the addresses 0 to 255");
   core_->change([&](World& w) { w.panel.input[static_cast<std::size_t>(address)] = value; });
+}
+
+void Controller::setDigitalInput(unsigned board, unsigned port, bool state) {
+  core_->setInput(fmt::format("DI{}_{}", board, port), state);
+}
+
+void Controller::setAnalogInput(unsigned board, unsigned port, double level) {
+  core_->setInput(fmt::format("AI{}_{}", board, port), level);
+}
+
+bool Controller::digitalOutput(unsigned board, unsigned port) const {
+  return core_->read([&](const World& w) {
+    const Signals signals = w.signalsShown();
+    const auto found = signals.out.find(fmt::format("DO{}_{}", board, port));
+    return found != signals.out.end() && found->second;
+  });
+}
+
+void Controller::setRegister(const std::string& name, const std::string& value) {
+  const auto parsed = parseJson(value);
+  bool defined = false;
+  core_->change([&](World& w) { defined = parsed && w.registers.define(name, *parsed); });
+  if (!defined) throw std::invalid_argument("no register can hold " + value);
 }
 
 std::vector<double> Controller::jointPositions() const {

@@ -35,19 +35,6 @@ Identity identify(const Options& options) {
   return identity;
 }
 
-Signals wiredSignals() {
-  Signals signals;
-  for (int port = 0; port < 8; ++port) {
-    signals.di[fmt::format("DI0_{}", port)] = port == 0;
-    signals.out[fmt::format("DO0_{}", port)] = false;
-  }
-  for (int port = 0; port < 2; ++port) {
-    signals.ai[fmt::format("AI0_{}", port)] = 2.5 * port;
-    signals.ao[fmt::format("AO0_{}", port)] = 0.0;
-  }
-  return signals;
-}
-
 // The controller's own words. The code says it exactly; the words "finish" and "ik" have a meaning of their
 // own to clients.
 constexpr int kFirstInverseError = -41, kLastInverseError = -33, kInverseErrorBase = -32;
@@ -57,9 +44,7 @@ bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLa
 }  // namespace
 
 World::World(const Options& options)
-    : identity(identify(options)),
-      motion(Arm::make(robotModel(options.model).axes)),
-      signals(wiredSignals()) {}
+    : identity(identify(options)), motion(Arm::make(robotModel(options.model).axes)) {}
 
 void World::boot() {
   powered_ = false;
@@ -69,6 +54,7 @@ void World::boot() {
   safety.servoAlarm = safety.collided = false;
   restart = Restart::none;
   localAddress.clear();
+  signals.boot();
   motion.halt();
   motion.reset(false);
   motion.defaults() = MotionDefaults{};
@@ -89,6 +75,15 @@ const char* World::stateText() const {
   if (taskSpace == TaskSpace::realTime) return "rci";
   if (motion.jogging()) return "joging";
   return motion.moving() ? "idleing" : "idle";
+}
+
+Signals World::signalsShown() const {
+  Signals shown = signals;
+  for (const auto& [name, state] : signals.simulated) shown.di[name] = state;
+  shown.di[kSafetyChainInput] = !safety.estopPressed;
+  shown.out[kMovingOutput] = moving();
+  shown.out[kMotorsOutput] = powered_;
+  return shown;
 }
 
 int World::switchPowerOn() {

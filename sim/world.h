@@ -4,13 +4,15 @@
 
 #include <deque>
 #include <json/json.h>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "motion/motion.h"
 #include "panel.h"
+#include "rail.h"
+#include "registers.h"
 #include "robot_models.h"
+#include "signals.h"
 
 namespace zivra::sim {
 
@@ -33,11 +35,6 @@ struct Safety {
   bool collided = false;
 };
 
-struct Signals {
-  std::map<std::string, bool> di, out;
-  std::map<std::string, double> ai, ao;
-};
-
 // Something that the controller tells of its own accord to the links that watch the key.
 struct Push {
   std::string key;
@@ -55,6 +52,8 @@ class World {
   Safety safety;
   Signals signals;
   Panel panel;
+  Registers registers;
+  Rail rail;
   std::string localAddress;  // where the client wants its state datagrams
   bool teachPendant = true;
   Restart restart = Restart::none;
@@ -69,6 +68,8 @@ class World {
   const char* powerText() const;
   const char* modeText() const;
   const char* stateText() const;
+  // As they are read: simulated inputs as they are simulated, the system's signals as the state has it.
+  Signals signalsShown() const;
 
   int switchPowerOn();  // 0 or the code of the refusal
   void switchPowerOff();

@@ -62,6 +62,8 @@ const Handlers& allHandlers() {
     addSingularityHandlers(*h);
     addPanelHandlers(*h);
     addWatchHandlers(*h);
+    addRegisterHandlers(*h);
+    addRailHandlers(*h);
     return h;
   }();
   return handlers;

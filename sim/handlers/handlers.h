@@ -64,5 +64,7 @@ void addPathCheckHandlers(Handlers& h);
 void addSingularityHandlers(Handlers& h);
 void addPanelHandlers(Handlers& h);
 void addWatchHandlers(Handlers& h);
+void addRegisterHandlers(Handlers& h);
+void addRailHandlers(Handlers& h);
 
 }  // namespace zivra::sim

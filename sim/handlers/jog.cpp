@@ -32,7 +32,7 @@ Reply jog(World& w, const Json::Value& parameter) {
   return result(w.startJog(request));
 }
 
-// The machine has no external axes, so that there is nothing to move but the arm.
+// No external axis is activated, so that there is nothing to move but the arm.
 Reply jogWithExternalAxes(World& w, const Json::Value& parameter) {
   const auto external = readFlag(member(parameter, "is_ext"));
   if (!external || !readText(member(parameter, "fixed_name"))) return badParameter();

@@ -107,9 +107,20 @@ class ZIVRA_SIM_API Controller {
   // The panel at the tool
   void setPanelType(int type);                ///< 2, 3, 4, or another for one that carries little
   void pressPanelKey(int key, bool pressed);  ///< key 1 to 7
-  /// Input registers (function 4) of the Modbus slave with address 1, which answers while the panel supplies 24 V
-  /// and its port is a serial one; address 0 to 255.
+  /// Input registers (function 4) of the Modbus slave with address 1, which answers while the panel supplies
+  /// 24 V and its port is a serial one; address 0 to 255.
   void setModbusInput(int address, std::uint16_t value);
+
+  // Signals and registers. Board 0 leads to terminals; outputs of board 1 are wired to its inputs.
+  /// What stands at an input's terminal, which simulation mode may hide. Throws std::invalid_argument if
+  /// there is no such terminal.
+  void setDigitalInput(unsigned board, unsigned port, bool state);
+  void setAnalogInput(unsigned board, unsigned port, double level);
+  /// False for an output that isn't there.
+  bool digitalOutput(unsigned board, unsigned port) const;
+  /// Makes or replaces a register; value is JSON text: a number (real with a point), a bool, or an array of
+  /// one of them. Throws std::invalid_argument for another value.
+  void setRegister(const std::string& name, const std::string& value);
 
   // What is going on
   std::vector<double> jointPositions() const;
