@@ -66,12 +66,13 @@ inline std::array<double, 6> toolPose(zivra::BaseRobot& robot) {
 }
 
 // Asks until `reached()`, which may throw.
-inline void pollUntil(const std::string& what, const std::function<bool()>& reached) {
-  const auto deadline = std::chrono::steady_clock::now() + kLongestMove;
+inline void pollUntil(const std::string& what, const std::function<bool()>& reached,
+                      std::chrono::seconds limit = kLongestMove) {
+  const auto deadline = std::chrono::steady_clock::now() + limit;
   while (!reached()) {
     if (interrupted) throw std::runtime_error("interrupted");
     if (std::chrono::steady_clock::now() > deadline)
-      throw std::runtime_error("waited 60 s in vain until " + what);
+      throw std::runtime_error("waited " + std::to_string(limit.count()) + " s in vain until " + what);
     std::this_thread::sleep_for(kBetweenReads);
   }
 }

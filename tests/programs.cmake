@@ -67,7 +67,8 @@ if(ZIVRA_BUILD_SIM)
 endif()
 
 if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
-  foreach(example first_move jog_and_pause check_path watch_events jog_keyboard read_everything survive_a_drop)
+  foreach(example first_move jog_and_pause check_path watch_events jog_keyboard read_everything survive_a_drop
+      blink_output registers)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -135,6 +136,23 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     CHECK --code 1 --error "^read_everything: 1 of [0-9]+ readings failed"
     RUN $<TARGET_FILE:example_read_everything> @address@)
 
+  set(blink $<TARGET_FILE:example_blink_output>)
+  zivra_program_test(blink_output MODEL tandi CHECK --last "^3 blinks of DO1_0 seen at DI1_0$" RUN ${blink} @address@)
+  zivra_program_test(blink_output_unseen MODEL tandi
+    CHECK --code 1 --within 20 --error "5 s in vain until DI0_1 is on" RUN ${blink} @address@ 0_1 0_1)
+  zivra_program_test(blink_output_interrupted MODEL tandi
+    CHECK --interrupt-at "^blink 1" --code 130 --within 20 --error "interrupted" RUN ${blink} @address@ 0_1 0_1)
+  zivra_program_test(blink_output_of_the_system MODEL tandi
+    CHECK --code 1 --within 20 --error "switching DO0_7: .*\\(-14501\\)" RUN ${blink} @address@ 0_7 0_0)
+  zivra_program_test(blink_output_nowhere CHECK --code 2 --error "board and port" RUN ${blink} @address@ 0-1 0_1)
+  set(registers $<TARGET_FILE:example_registers>)
+  zivra_program_test(registers MODEL tandi
+    CHECK --last "^int_array has 10 values, the last became 42 and is 0 again$" RUN ${registers} @address@)
+  zivra_program_test(registers_unknown MODEL tandi
+    CHECK --code 1 --within 20 --error "reading the register nobody: .*\\(-17001\\)" RUN ${registers} @address@ nobody)
+  zivra_program_test(registers_of_another_type MODEL tandi
+    CHECK --code 1 --within 20 --error "float_single is no array of int" RUN ${registers} @address@ float_single)
+
   if(TARGET zivra_threaded_tests)
     add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_jog_and_pause
       example_watch_events example_jog_keyboard example_survive_a_drop)
@@ -164,6 +182,19 @@ endif()
 
 # Packages and formatting are the same in every kind of build.
 if(NOT ZIVRA_SANITIZE)
+  # Values of a type that an operation doesn't take are refused by the compiler, in words that tell which it takes.
+  set(number 0)
+  foreach(sentence "" "a register is an int, a float or a bool" "a register is an int" "a register is an int"
+      "a rail parameter is an int" "a rail parameter is an int" "a parameter of an external axis is read as"
+      "a parameter of a mechanical unit is read as")
+    add_test(NAME programs.value_types_${number} COMMAND ${CMAKE_CXX_COMPILER} -std=c++17 -fsyntax-only
+      -I${PROJECT_SOURCE_DIR}/include -DSLIP=${number} ${CMAKE_CURRENT_SOURCE_DIR}/programs/wrong_value_types.cpp)
+    set_tests_properties(programs.value_types_${number} PROPERTIES LABELS plain)
+    if(sentence)
+      set_tests_properties(programs.value_types_${number} PROPERTIES PASS_REGULAR_EXPRESSION "${sentence}")
+    endif()
+    math(EXPR number "${number} + 1")
+  endforeach()
   find_program(ZIVRA_NM nm)
   if(ZIVRA_NM AND BUILD_SHARED_LIBS)
     add_test(NAME programs.exports COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/programs/exports $<TARGET_FILE:zivra> zivra)
