@@ -66,10 +66,10 @@ class ZIVRA_API BaseEthercat {
   /// ("ethercat.read_SDO_data").
   bool ReadSDO(int slave_addr, int index, int sub_index, int length, std::uint8_t* data, int over_time,
                std::error_code& ec) noexcept;
-  /// Writes `length` bytes ("ethercat.write_SDO_data").
+  /// Writes `length` bytes ("ethercat.write_SDO_data"). As everywhere here, no buffer for them is 259.
   bool WriteSDO(int slave_addr, int index, int sub_index, int length, const std::uint8_t* data, int over_time,
                 std::error_code& ec) noexcept;
-  /// Writes several objects of a slave ("ethercat.write_multi_SDO_data").
+  /// Writes several objects of a slave ("ethercat.write_multi_SDO_data"); 258 for a `length` above 50.
   bool WriteMultiSDO(std::uint16_t slave_addr, std::vector<SDOData> items, std::error_code& ec) noexcept;
   /// Reads at most `size` bytes of process data ("ethercat.read_PDO_data"). A failed exchange is told on
   /// standard error too.

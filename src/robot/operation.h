@@ -33,6 +33,10 @@ struct Word {
   Enum value;
 };
 
+// What the controller itself says of values that don't fit; here its answers that fit nothing, where such are
+// told apart from those that can't be read.
+inline std::error_code protocolMismatch() noexcept { return {-260, category()}; }
+
 // The value of a reply, or nothing if the exchange failed. The rules report in the operation's `ec`; on a
 // reply that has failed already they change nothing and give the default, so that they chain without a test
 // between them.
@@ -42,7 +46,7 @@ class Reply {
 
   bool failed() const noexcept { return static_cast<bool>(ec_); }
   const Json::Value& value() const noexcept { return value_; }
-  void fail(Code code) noexcept { ec_ = code; }
+  void fail(std::error_code code) noexcept { ec_ = code; }
 
   // The reply integer is the result code; `otherwise` if it is none.
   void code(std::error_code otherwise = Code::responseUnresolved) noexcept;

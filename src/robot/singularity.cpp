@@ -11,8 +11,6 @@ using internal::Operation;
 namespace {
 
 constexpr double degreesPerRadian = 180 / 3.141592653589793;
-// What the controller says when set and get don't fit; its own code for a reply that holds neither.
-constexpr int protocolMismatch = -260;
 
 // Null for a method that the robot doesn't have.
 const char* keyOf(AvoidSingularityMethod method, bool hasJointWay) {
@@ -43,7 +41,7 @@ void setAvoid(BaseRobot::Impl& impl, bool hasJointWay, AvoidSingularityMethod me
     ec = Code::argumentInvalid;
     return op.error("setAvoidSingularity unsupported method {} ({})", method, ec);
   }
-  op.command(key, switchValue(method, enable, threshold)).code({protocolMismatch, category()});
+  op.command(key, switchValue(method, enable, threshold)).code(internal::protocolMismatch());
   op.end("setAvoidSingularity end, method: {}, enable: {}, threshold: {} ({})", method, enable, threshold,
          ec);
 }
@@ -61,7 +59,7 @@ bool getAvoid(BaseRobot::Impl& impl, bool hasJointWay, AvoidSingularityMethod me
   if (const auto state = internal::asBool(reply.value())) return *state;
   const std::string word = internal::textOr(reply.value());
   if (word == "on" || word == "off") return word == "on";
-  ec.assign(protocolMismatch, category());
+  ec = internal::protocolMismatch();
   return false;
 }
 

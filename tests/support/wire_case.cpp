@@ -124,6 +124,7 @@ class Run {
   }
   int codeOfInteger() const {
     if (matchesAny("=int", row_.rules.tolerated) || *row_.key == '\0') return 0;
+    if (row_.rules.codeOfInteger) return *row_.rules.codeOfInteger;
     return row_.form == 'g' && !row_.rules.integerCode ? row_.rules.damageCode : -290;
   }
 

@@ -13,6 +13,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <tuple>
@@ -67,6 +68,8 @@ struct Rules {
   }
   // An integer in place of a get's data is the controller's code.
   Rules&& integerIsCode() && { return integerCode = true, std::move(*this); }
+  // An integer in place of data is a failure with this code.
+  Rules&& integerGives(int code) && { return codeOfInteger = code, std::move(*this); }
   // The reply's value is not looked at: no damage shows, only a reply without the key.
   Rules&& replyUnread() && { return tolerated += " *", std::move(*this); }
   // Nothing waits for the reply; a dead link gives `deadLinkCode` (0: it is told otherwise).
@@ -99,6 +102,7 @@ struct Rules {
   int damageCode = 257;
   std::vector<std::pair<std::string, int>> damageCodes;
   bool integerCode = false;
+  std::optional<int> codeOfInteger;
   bool awaited = true;
   int deadCode = 256;
   std::string idPrefix;

@@ -113,6 +113,11 @@ void XService::setEndpoint(const std::string& ip, std::uint32_t port) {
   core_->port = port;
 }
 
+std::string XService::address() const {
+  const std::lock_guard lock(core_->settingsMutex);
+  return core_->ip;
+}
+
 void XService::start(std::error_code& ec) noexcept {
   guarded(ec, [&] {
     const std::error_code failure = core_->start();

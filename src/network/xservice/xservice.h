@@ -41,6 +41,7 @@ class XService : public Base<XService> {
 
   // Keeps both for the next `start`; doesn't touch the socket.
   void setEndpoint(const std::string& ip, std::uint32_t port);
+  std::string address() const;  // its ip; empty before the first endpoint
   // Connects, waiting at most 30 s; 256 if that fails, and nothing goes on then. Does nothing on a connected
   // link. From then on the client rebuilds a dropped link by itself until `stop`. On the network thread of a
   // link that is down: resource_deadlock_would_occur.
