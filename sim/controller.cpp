@@ -255,6 +255,22 @@ void Controller::failNextMove(int code) {
   core_->change([=](World& w) { w.motion.failNext(code); });
 }
 
+void Controller::setClockAhead(std::chrono::milliseconds by) {
+  core_->change([=](World& w) { w.clock.ahead = by; });
+}
+
+void Controller::writeUserLog(LogLevel level, int code, const std::string& text, const std::string& repair) {
+  core_->change([&](World& w) { w.userLog.add({level, code, w.clock.text(), text, repair}); });
+}
+
+void Controller::unplugSlave(int address) {
+  core_->change([=](World& w) { w.ethercat.plug(address, false); });
+}
+
+void Controller::plugSlave(int address) {
+  core_->change([=](World& w) { w.ethercat.plug(address, true); });
+}
+
 void Controller::reboot() {
   core_->change([](World& w) { w.restart = Restart::reboot; });
 }

@@ -32,6 +32,7 @@ usage: zivra-sim [options]
   --speed-factor X      simulated seconds for each second (1)
   --id TEXT             robot id (made from model and address)
   --version-reported V  controller version (3.1.2)
+  --language L          english or chinese user log (english)
   --verbose             print each frame
   --help                print this text
 
@@ -107,6 +108,11 @@ Settings readArguments(int argc, char** argv) {
       options.model = *model;
     } else if (option == "--speed-factor") {
       options.speedFactor = number(option, value(), 0.001, 1000.0);
+    } else if (option == "--language") {
+      const auto name = value();
+      if (name != "english" && name != "chinese")
+        throw Usage(fmt::format("--language is english or chinese, not \"{}\"", name));
+      options.language = name == "chinese" ? Language::chinese : Language::english;
     } else if (option == "--id") {
       options.id = value();
     } else if (option == "--version-reported") {

@@ -44,7 +44,9 @@ bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLa
 }  // namespace
 
 World::World(const Options& options)
-    : identity(identify(options)), motion(Arm::make(robotModel(options.model).axes)) {}
+    : identity(identify(options)),
+      motion(Arm::make(robotModel(options.model).axes)),
+      userLog(options.language) {}
 
 void World::boot() {
   powered_ = false;
@@ -61,6 +63,8 @@ void World::boot() {
   motion.setOverride(1.0);
   unfinished_.clear();
   pushes.clear();
+  ethercat.boot();
+  note("the controller was started");
 }
 
 const char* World::powerText() const {
@@ -89,11 +93,15 @@ Signals World::signalsShown() const {
 int World::switchPowerOn() {
   if (safety.estopLatched) return -3;
   if (safety.gateOpen || safety.servoAlarm) return -514;
+  if (!powered_) note("the motors were switched on");
   powered_ = true;
   return 0;
 }
 
-void World::switchPowerOff() { cutPower(-17, "the motors were switched off"); }
+void World::switchPowerOff() {
+  if (powered_) note("the motors were switched off");
+  cutPower(-17, "the motors were switched off");
+}
 
 void World::cutPower(int code, const std::string& why) {
   powered_ = false;
@@ -206,6 +214,7 @@ void World::abortMotion(int code, const std::string& why) {
 }
 
 void World::advance(double seconds) {
+  ethercat.advance(seconds);
   for (const MoveNotice& notice : motion.advance(seconds)) {
     if (notice.jog) {
       log(notice.error, fmt::format("the jog ended before its step was done ({})", notice.error));
@@ -243,10 +252,19 @@ void World::notify(const MoveNotice& notice, const std::string& text) {
 void World::push(const std::string& key, Json::Value payload) { pushes.push_back({key, std::move(payload)}); }
 
 void World::log(int code, const std::string& text) {
+  LogEntry entry = userLog.written(code, text);
+  entry.time = clock.text();
   Json::Value payload(Json::objectValue);
   payload["error"] = code;
-  payload["data"] = text;
+  payload["data"] = entry.text;
   push("log.user", std::move(payload));
+  userLog.add(std::move(entry));
+}
+
+void World::note(const std::string& text) {
+  LogEntry entry = userLog.written(0, text);
+  entry.time = clock.text();
+  userLog.add(std::move(entry));
 }
 
 }  // namespace zivra::sim

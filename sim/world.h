@@ -7,12 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "ethercat.h"
 #include "motion/motion.h"
 #include "panel.h"
 #include "rail.h"
 #include "registers.h"
 #include "robot_models.h"
 #include "signals.h"
+#include "user_log.h"
+#include "wall_clock.h"
 
 namespace zivra::sim {
 
@@ -54,6 +57,9 @@ class World {
   Panel panel;
   Registers registers;
   Rail rail;
+  WallClock clock;
+  UserLog userLog;
+  EthercatBus ethercat;
   std::string localAddress;  // where the client wants its state datagrams
   bool teachPendant = true;
   Restart restart = Restart::none;
@@ -94,11 +100,12 @@ class World {
   void forgetMoves() { unfinished_.clear(); }
 
   // Something happens without a request.
-  bool busy() const { return motion.moving() || (motion.started() && motion.pending()); }
+  bool busy() const { return motion.moving() || (motion.started() && motion.pending()) || ethercat.busy(); }
   void advance(double seconds);
 
   void push(const std::string& key, Json::Value payload);
-  void log(int code, const std::string& text);  // for the user's eyes
+  void log(int code, const std::string& text);  // for the user's eyes: into the user log, and pushed
+  void note(const std::string& text);           // into the user log only
 
  private:
   struct Unfinished {

@@ -64,6 +64,10 @@ const Handlers& allHandlers() {
     addWatchHandlers(*h);
     addRegisterHandlers(*h);
     addRailHandlers(*h);
+    addCalibrationHandlers(*h);
+    addClockHandlers(*h);
+    addUserLogHandlers(*h);
+    addEthercatHandlers(*h);
     return h;
   }();
   return handlers;

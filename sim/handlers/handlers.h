@@ -66,5 +66,9 @@ void addPanelHandlers(Handlers& h);
 void addWatchHandlers(Handlers& h);
 void addRegisterHandlers(Handlers& h);
 void addRailHandlers(Handlers& h);
+void addCalibrationHandlers(Handlers& h);
+void addClockHandlers(Handlers& h);
+void addUserLogHandlers(Handlers& h);
+void addEthercatHandlers(Handlers& h);
 
 }  // namespace zivra::sim

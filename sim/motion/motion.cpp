@@ -274,6 +274,8 @@ Pose Motion::toolInReference() const {
   return toPose(core.reference.Inverse() * core.arm->forward(toVector(core.now)) * core.tool);
 }
 
+Pose Motion::tool() const { return toPose(core_->tool); }
+
 void Motion::setToolset(const Pose& tool, const Pose& reference) {
   core_->tool = toFrame(tool);
   core_->reference = toFrame(reference);

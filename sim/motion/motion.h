@@ -138,6 +138,7 @@ class Motion {
   void setJoints(const Joints& joints);  // at once; clears the queue
   Pose toolInReference() const;          // the pose that the interface reports
   void setToolset(const Pose& tool, const Pose& reference);
+  Pose tool() const;  // in the flange
 
   MotionDefaults& defaults();
 

@@ -32,6 +32,10 @@ enum class Model {
 ZIVRA_SIM_API std::string_view modelName(Model model);
 ZIVRA_SIM_API std::optional<Model> modelNamed(std::string_view name);
 
+/// Languages of the controller's user log.
+enum class Language { english, chinese };
+enum class LogLevel { info, warning, error };
+
 struct Options {
   std::string address = "127.0.0.1";  ///< loopback address that the links listen on
   std::uint16_t port = 6666;          ///< command link
@@ -43,6 +47,7 @@ struct Options {
   /// Told of each frame ("< ..." in, "> ..." out) on the simulator's network thread; must not stop the
   /// controller.
   std::function<void(const std::string&)> trace{};
+  Language language = Language::english;  ///< of the user log
 };
 
 /// What happens to a request of the chosen key (`"*"`: every key) instead of, or before, its answer.
@@ -121,6 +126,13 @@ class ZIVRA_SIM_API Controller {
   /// Makes or replaces a register; value is JSON text: a number (real with a point), a bool, or an array of
   /// one of them. Throws std::invalid_argument for another value.
   void setRegister(const std::string& name, const std::string& value);
+
+  // Clock, user log and EtherCAT bus
+  void setClockAhead(std::chrono::milliseconds by);  ///< of this machine's, until it is synchronised
+  /// Another entry, as if the controller had written it.
+  void writeUserLog(LogLevel level, int code, const std::string& text, const std::string& repair = {});
+  void unplugSlave(int address);  ///< 1 and 2 are drives, 3 is a digital terminal
+  void plugSlave(int address);    ///< it comes back in the state "init"
 
   // What is going on
   std::vector<double> jointPositions() const;
