@@ -67,8 +67,21 @@ if(ZIVRA_BUILD_SIM)
 endif()
 
 if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
-  foreach(example first_move jog_and_pause check_path watch_events jog_keyboard read_everything survive_a_drop
-      blink_output registers)
+  foreach(example
+      first_move
+      jog_and_pause
+      check_path
+      watch_events
+      jog_keyboard
+      read_everything
+      survive_a_drop
+      modbus_sensor
+      can_round_trip
+      blink_output
+      registers
+      calibrate_frame
+      read_drive
+      page_log)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -97,6 +110,15 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
   zivra_program_test(check_path MODEL tandi SIMULATOR --speed-factor 10
     CHECK --last "^4 paths checked, 1 can't be followed as expected, moved along 3 lines$"
     RUN $<TARGET_FILE:example_check_path> @address@)
+  zivra_program_test(calibrate_frame MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^the frame has the third place within 0\\.0[0-9] mm$"
+    RUN $<TARGET_FILE:example_calibrate_frame> @address@)
+  zivra_program_test(read_drive MODEL tandi
+    CHECK --last "^3 slaves, 11 objects of slave 1 read$" RUN $<TARGET_FILE:example_read_drive> @address@)
+  zivra_program_test(read_drive_of_no_slave MODEL tandi CHECK --code 1 --error "^read_drive: slave 7 gave no object"
+    RUN $<TARGET_FILE:example_read_drive> @address@ --slave 7)
+  zivra_program_test(page_log MODEL tandi SIMULATOR --language chinese
+    CHECK --last "^[1-9][0-9]* entries on 1 pages$" RUN $<TARGET_FILE:example_page_log> @address@)
   zivra_program_test(watch_events THREADED MODEL tandi SIMULATOR --speed-factor 10
     CHECK --last "^heard 4 of moves, 0 of safety, 0 of programs, 1 of the log$"
     RUN $<TARGET_FILE:example_watch_events> @address@)
