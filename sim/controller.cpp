@@ -10,6 +10,7 @@
 #include "network/faults.h"
 #include "network/json_text.h"
 #include "network/server.h"
+#include "network/state_publisher.h"
 #include "world.h"
 
 namespace zivra::sim {
@@ -31,15 +32,16 @@ Options checked(Options options) {
 }
 }  // namespace
 
-// The network thread answers requests and the time thread lets the world move; both, and the callers of the
-// public operations, work on the world under worldMutex. Nothing is sent while it is held: what is to go out
-// waits in the dispatch and is taken by the network thread.
+// The network thread answers requests, the time thread lets the world move and the publisher sends its state;
+// all, and the callers of the public operations, work on the world under worldMutex. Nothing is sent while it
+// is held: what is to go out waits in the dispatch and is taken by the network thread.
 struct Controller::Core {
   explicit Core(Options given)
       : options(checked(std::move(given))),
         world(options),
         dispatch(world, worldMutex, faults),
-        server(options.address, {options.port, options.rtPort}, hooks()) {}
+        server(options.address, {options.port, options.rtPort}, hooks()),
+        publisher(world, worldMutex, [this](Clock::time_point now) { return passTime(now); }) {}
 
   ServerHooks hooks() {
     ServerHooks hooks;
@@ -81,11 +83,14 @@ struct Controller::Core {
   // With worldMutex held, after anything but the passing of time: wakes those whom it concerns, and nobody
   // for a mere reading.
   void noticeChange() {
-    if (timeRests && somethingToDo()) timeWakes.notify_one();
+    if ((timeRests && somethingToDo()) || timePaced != paced()) timeWakes.notify_one();
     if (isIdle()) becameIdle.notify_all();
+    publisher.noticeChange();
   }
 
   bool somethingToDo() const { return timeEnds || world.busy() || world.restart != Restart::none; }
+  // The publisher lets time pass in even steps; the time thread only sees to it that it doesn't stand still.
+  bool paced() const { return world.stream.publishing && world.stream.period <= kTick; }
   bool isIdle() const { return !world.motion.pending() && !world.moving(); }
 
   template <typename Read>
@@ -95,6 +100,8 @@ struct Controller::Core {
   }
 
   void runTime();
+  // With worldMutex held. Gives up to when time has passed, which may be later already.
+  Clock::time_point passTime(Clock::time_point now);
   void restart(std::unique_lock<std::mutex>& lock);
   bool sleepUntil(std::unique_lock<std::mutex>& lock, Clock::time_point until);  // false: time ends
 
@@ -106,11 +113,13 @@ struct Controller::Core {
   Faults faults;
   Dispatch dispatch;
   Server server;
+  StatePublisher publisher;
   std::mutex lifecycleMutex;  // start and stop, one at a time
   std::thread time;
-  bool timeEnds = false, timeRests = false;  // under worldMutex
-  std::atomic<bool> refusesLinks{false};     // by stopListening
-  std::atomic<bool> away{false};             // while it reboots, or shut down
+  bool timeEnds = false, timeRests = false, timePaced = false;  // under worldMutex
+  Clock::time_point passed{};                                   // up to when; under worldMutex
+  std::atomic<bool> refusesLinks{false};                        // by stopListening
+  std::atomic<bool> away{false};                                // while it reboots, or shut down
 };
 
 bool Controller::Core::sleepUntil(std::unique_lock<std::mutex>& lock, Clock::time_point until) {
@@ -120,27 +129,39 @@ bool Controller::Core::sleepUntil(std::unique_lock<std::mutex>& lock, Clock::tim
 
 void Controller::Core::runTime() {
   std::unique_lock lock(worldMutex);
-  auto last = Clock::now();
   while (!timeEnds) {
     if (world.restart != Restart::none) {
       restart(lock);
+      passed = Clock::now();
     } else if (!world.busy()) {
       timeRests = true;
       timeWakes.wait(lock, [this] { return somethingToDo(); });
+      passTime(Clock::now());
       timeRests = false;
     } else {
-      if (!sleepUntil(lock, last + kTick)) return;
-      const auto now = Clock::now();
-      const auto step = std::min<Clock::duration>(now - last, kLongestStep);
-      last = now;
-      world.advance(std::chrono::duration<double>(step).count() * options.speedFactor);
-      dispatch.collectPushes();
-      if (isIdle()) becameIdle.notify_all();
-      if (dispatch.hasDeliveries()) server.wake();
-      continue;
+      timePaced = paced();
+      const auto interval = timePaced ? kLongestStep : kTick;
+      timeWakes.wait_until(lock, passed + interval, [this] { return timeEnds || paced() != timePaced; });
+      if (Clock::now() >= passed + interval) passTime(Clock::now());
     }
-    last = Clock::now();
   }
+}
+
+Clock::time_point Controller::Core::passTime(Clock::time_point now) {
+  if (now <= passed) return passed;
+  const auto seconds = [this](Clock::duration wall) {
+    return std::chrono::duration<double>(wall).count() * options.speedFactor;
+  };
+  const Clock::duration step = now - std::exchange(passed, now);
+  if (timeRests) {  // what has begun meanwhile begins now
+    world.time += seconds(step);
+    return passed;
+  }
+  world.advance(seconds(std::min<Clock::duration>(step, kLongestStep)));
+  dispatch.collectPushes();
+  if (isIdle()) becameIdle.notify_all();
+  if (dispatch.hasDeliveries()) server.wake();
+  return passed;
 }
 
 void Controller::Core::restart(std::unique_lock<std::mutex>& lock) {
@@ -153,6 +174,7 @@ void Controller::Core::restart(std::unique_lock<std::mutex>& lock) {
   server.dropLinks(Server::Ending::orderly);
   lock.lock();
   world.boot();
+  publisher.noticeChange();
   if (!comesBack) return;
   auto next = Clock::now() + kAway;
   while (sleepUntil(lock, next)) {
@@ -181,9 +203,11 @@ void Controller::start() {
     std::lock_guard lock(core_->worldMutex);
     core_->world.boot();
     core_->timeEnds = false;
+    core_->passed = Clock::now();
   }
   core_->refusesLinks = core_->away = false;
   core_->server.start();
+  core_->publisher.start();
   core_->time = std::thread([core = core_.get()] { core->runTime(); });
 }
 
@@ -195,13 +219,19 @@ void Controller::stop() {
   }
   core_->timeWakes.notify_one();
   if (core_->time.joinable()) core_->time.join();
+  core_->publisher.stop();
   core_->server.stop();
 }
 
 const Options& Controller::options() const { return core_->options; }
 
 void Controller::inject(const Fault& fault) { core_->faults.add(fault); }
-void Controller::clearFaults() { core_->faults.clear(); }
+
+void Controller::clearFaults() {
+  core_->faults.clear();
+  core_->change([](World& w) { w.stream.faults = {}; });
+}
+
 void Controller::dropLinks() { core_->server.dropLinks(Server::Ending::reset); }
 
 void Controller::stopListening() {
@@ -311,6 +341,29 @@ void Controller::setRegister(const std::string& name, const std::string& value) 
   core_->change([&](World& w) { defined = parsed && w.registers.define(name, *parsed); });
   if (!defined) throw std::invalid_argument("no register can hold " + value);
 }
+
+void Controller::setStateError(unsigned flag, bool on) {
+  if (flag >= StreamFaults{}.errors.size())
+    throw std::invalid_argument("a state error is a flag from 0 to 19");
+  core_->change([=](World& w) { w.stream.faults.errors[flag] = on; });
+}
+
+void Controller::dropDatagrams(int times) {
+  core_->change([=](World& w) { w.stream.faults.drop = times; });
+}
+
+void Controller::cutDatagrams(std::size_t bytes, int times) {
+  core_->change([=](World& w) {
+    w.stream.faults.cutTo = bytes;
+    w.stream.faults.cut = times;
+  });
+}
+
+void Controller::endStateStream() {
+  core_->change([](World& w) { w.stream.end(); });
+}
+
+std::uint64_t Controller::datagramsSent() const { return core_->publisher.sent(); }
 
 std::vector<double> Controller::jointPositions() const {
   return core_->read([](const World& w) { return w.motion.joints(); });

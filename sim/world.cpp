@@ -57,6 +57,8 @@ void World::boot() {
   restart = Restart::none;
   localAddress.clear();
   signals.boot();
+  stream.boot(identity.statePort);
+  time = 0;
   motion.halt();
   motion.reset(false);
   motion.defaults() = MotionDefaults{};
@@ -215,6 +217,7 @@ void World::abortMotion(int code, const std::string& why) {
 
 void World::advance(double seconds) {
   ethercat.advance(seconds);
+  time += seconds;
   for (const MoveNotice& notice : motion.advance(seconds)) {
     if (notice.jog) {
       log(notice.error, fmt::format("the jog ended before its step was done ({})", notice.error));

@@ -14,6 +14,7 @@
 #include "registers.h"
 #include "robot_models.h"
 #include "signals.h"
+#include "stream/state_stream.h"
 #include "user_log.h"
 #include "wall_clock.h"
 
@@ -61,6 +62,8 @@ class World {
   UserLog userLog;
   EthercatBus ethercat;
   std::string localAddress;  // where the client wants its state datagrams
+  StateStream stream;
+  double time = 0;  // s, simulated, since switching on
   bool teachPendant = true;
   Restart restart = Restart::none;
   std::vector<Push> pushes;  // not handed out yet

@@ -68,6 +68,7 @@ const Handlers& allHandlers() {
     addClockHandlers(*h);
     addUserLogHandlers(*h);
     addEthercatHandlers(*h);
+    addStreamHandlers(*h);
     return h;
   }();
   return handlers;

@@ -70,5 +70,6 @@ void addCalibrationHandlers(Handlers& h);
 void addClockHandlers(Handlers& h);
 void addUserLogHandlers(Handlers& h);
 void addEthercatHandlers(Handlers& h);
+void addStreamHandlers(Handlers& h);
 
 }  // namespace zivra::sim

@@ -25,15 +25,19 @@ Reply ports(World& w, const Json::Value&) {
   Json::Value value(Json::objectValue);
   value["rt"] = w.identity.rtPort;
   value["broadcast"] = w.identity.statePort;
+  value["broadcast_in"] = w.stream.port;
   return answer(value);
 }
+
+// No network, group or everybody. The controller's own address is fine: its clients run on its machine.
+bool isOneHost(std::uint32_t address) { return address >> 24 != 0 && address >> 24 < 224; }
 
 Reply setLocalAddress(World& w, const Json::Value& parameter) {
   const auto address = readText(parameter);
   if (!address) return badParameter();
   in_addr parsed{};
-  const bool isIPv4 = ::inet_pton(AF_INET, address->c_str(), &parsed) == 1 && parsed.s_addr != 0;
-  if (!isIPv4 || *address == "127.0.0.1" || *address == w.identity.address) return refuse(-10101);
+  const bool isIPv4 = ::inet_pton(AF_INET, address->c_str(), &parsed) == 1;
+  if (!isIPv4 || !isOneHost(ntohl(parsed.s_addr))) return refuse(-10101);
   w.localAddress = *address;
   return ok();
 }

@@ -24,6 +24,15 @@ Socket::Result judge(ssize_t count) {
   return {ended, 0};
 }
 
+// Nothing if the address is none.
+std::optional<sockaddr_in> endpoint(const std::string& address, std::uint16_t port) {
+  sockaddr_in where{};
+  where.sin_family = AF_INET;
+  where.sin_port = htons(port);
+  if (::inet_pton(AF_INET, address.c_str(), &where.sin_addr) != 1) return std::nullopt;
+  return where;
+}
+
 void switchOn(int descriptor, int level, int option) {
   const int on = 1;
   ::setsockopt(descriptor, level, option, &on, sizeof on);
@@ -53,18 +62,31 @@ Socket listenOn(const std::string& address, std::uint16_t port) {
   auto fail = [&](const std::string& why) -> std::runtime_error {
     return std::runtime_error(fmt::format("can't listen on {}:{}: {}", address, port, why));
   };
-  sockaddr_in where{};
-  where.sin_family = AF_INET;
-  where.sin_port = htons(port);
-  if (::inet_pton(AF_INET, address.c_str(), &where.sin_addr) != 1) throw fail("not an IPv4 address");
+  const auto where = endpoint(address, port);
+  if (!where) throw fail("not an IPv4 address");
 
   Socket listener(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!listener.isOpen()) throw fail(systemText(errno));
   switchOn(listener.descriptor(), SOL_SOCKET, SO_REUSEADDR);
-  if (::bind(listener.descriptor(), reinterpret_cast<const sockaddr*>(&where), sizeof where) != 0 ||
+  if (::bind(listener.descriptor(), reinterpret_cast<const sockaddr*>(&*where), sizeof *where) != 0 ||
       ::listen(listener.descriptor(), SOMAXCONN) != 0)
     throw fail(systemText(errno));
   return listener;
+}
+
+DatagramSocket::DatagramSocket(const std::string& address) {
+  const auto where = endpoint(address, 0);
+  Socket socket(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (where && socket.isOpen() &&
+      ::bind(socket.descriptor(), reinterpret_cast<const sockaddr*>(&*where), sizeof *where) == 0)
+    socket_ = std::move(socket);
+}
+
+bool DatagramSocket::send(const std::string& address, std::uint16_t port, const std::string& bytes) const {
+  const auto where = endpoint(address, port);
+  if (!where || !socket_.isOpen()) return false;
+  return ::sendto(socket_.descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL,
+                  reinterpret_cast<const sockaddr*>(&*where), sizeof *where) >= 0;
 }
 
 Accepted acceptFrom(const Socket& listener) {

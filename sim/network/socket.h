@@ -45,6 +45,16 @@ class Socket {
 // Throws std::runtime_error with the address and the system's text if the address can't be had.
 Socket listenOn(const std::string& address, std::uint16_t port);
 
+// Sends datagrams from one address. What can't be sent is lost, as datagrams are.
+class DatagramSocket {
+ public:
+  explicit DatagramSocket(const std::string& address);
+  bool send(const std::string& address, std::uint16_t port, const std::string& bytes) const;
+
+ private:
+  Socket socket_;  // closed if the address can't be had
+};
+
 struct Accepted {
   Socket socket;           // empty: nobody waits, or an error
   bool exhausted = false;  // no descriptors left: try again later

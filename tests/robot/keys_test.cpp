@@ -14,7 +14,8 @@ namespace {
 const std::vector<std::string> besides = {"g eci.port", "s eci.ip", "c modbusRTU.can.recv"};
 
 // Answered by the simulated controller although the library has no operation for them yet.
-const std::vector<std::string> ahead = {};
+const std::vector<std::string> ahead = {"s eci.fields.out", "s eci.port", "c eci.pub.start",
+                                        "c eci.pub.stop"};
 
 std::vector<std::string> without(std::vector<std::string> from, std::vector<std::string> those) {
   std::sort(from.begin(), from.end());

@@ -36,7 +36,7 @@ TEST(Robot, EachModelTellsItsIdentityAndHasItsAxes) {
     EXPECT_EQ(info["work_type"], row.workType);
     EXPECT_EQ(info["version"], "3.2");
     EXPECT_GE(info["id"].asString().size(), 12u);
-    EXPECT_EQ(client.request('g', "eci.port"), json(R"({"broadcast":1338,"rt":2000})"));
+    EXPECT_EQ(client.request('g', "eci.port"), json(R"({"broadcast":1338,"broadcast_in":1338,"rt":2000})"));
     for (const char* key : {"sys.rt.jnt_pos", "sys.rt.jnt_vel", "sys.rt.jnt_trq"})
       EXPECT_EQ(client.request('g', key).size(), static_cast<unsigned>(row.axes)) << key;
     const Json::Value pose = client.request('g', "sys.posture");
@@ -124,8 +124,9 @@ const Interlock kInterlocks[] = {
     {"teach pendant", nothing, 'c', "sys.set_teach_pendant", R"({"with":false})", 0},
     {"address", nothing, 's', "eci.ip", "\"127.10.9.9\"", 0},
     {"address of no form", nothing, 's', "eci.ip", "\"1.2.3\"", -10101},
-    {"address of the machine itself", nothing, 's', "eci.ip", "\"127.0.0.1\"", -10101},
-    {"the robot's own address", nothing, 's', "eci.ip", "\"127.10.4.2\"", -10101},
+    {"address of the machine itself", nothing, 's', "eci.ip", "\"127.0.0.1\"", 0},
+    {"address of nobody", nothing, 's', "eci.ip", "\"0.0.0.0\"", -10101},
+    {"address of a group", nothing, 's', "eci.ip", "\"239.1.2.3\"", -10101},
     {"default speed", nothing, 's', "move.default_speed", "0.2", 0},
     {"default zone", nothing, 's', "move.default_zone", "0.005", 0},
     {"override", nothing, 'c', "move.override_rate", "0.5", 0},

@@ -88,7 +88,7 @@ class ZIVRA_SIM_API Controller {
 
   // Faults of the link
   void inject(const Fault& fault);
-  void clearFaults();
+  void clearFaults();    ///< those of the state stream too
   void dropLinks();      ///< closes every client link with a reset; goes on listening
   void stopListening();  ///< refuses new links until listenAgain
   void listenAgain();
@@ -133,6 +133,15 @@ class ZIVRA_SIM_API Controller {
   void writeUserLog(LogLevel level, int code, const std::string& text, const std::string& repair = {});
   void unplugSlave(int address);  ///< 1 and 2 are drives, 3 is a digital terminal
   void plugSlave(int address);    ///< it comes back in the state "init"
+
+  // Faults of the state stream. They outlast its end and a reboot, not clearFaults.
+  /// Sets or clears a flag of "errors", 0 to 19, in every datagram; std::invalid_argument for another one.
+  void setStateError(unsigned flag, bool on);
+  void dropDatagrams(int times);  ///< the next ones are lost on their way; -1: all, 0: none
+  /// Of the next datagrams (-1: all) only the first bytes arrive; datagrams of no bytes are none.
+  void cutDatagrams(std::size_t bytes, int times);
+  void endStateStream();                ///< ends without a word; a client may start it anew
+  std::uint64_t datagramsSent() const;  ///< since start
 
   // What is going on
   std::vector<double> jointPositions() const;
