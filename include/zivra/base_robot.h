@@ -340,15 +340,18 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
 
   /// Tool, load and work object in force ("ix.coord.toolset").
   Toolset toolset(std::error_code& ec) noexcept;
-  /// Sets them ("ix.coord.toolset").
+  /// Sets them ("ix.coord.toolset"). Poses and moves are those of the tool in the work object from then on.
   void setToolset(const Toolset& toolset, std::error_code& ec) noexcept;
-  /// Sets them by names ("sys.toolset.query", "ix.coord.toolset"); what was found. -50501 for unknown names.
+  /// Sets them by names ("sys.toolset.query", "ix.coord.toolset"). -50501 for unknown names, -260 if the
+  /// controller doesn't know the question; nothing is set then. Returns what was found, also if the
+  /// controller then refuses to set it.
   Toolset setToolset(const std::string& toolName, const std::string& wobjName, std::error_code& ec) noexcept;
   std::vector<WorkToolInfo> toolsInfo(std::error_code& ec) noexcept;  ///< All tools ("project.tool.info").
   std::vector<WorkToolInfo> wobjsInfo(
       std::error_code& ec) noexcept;  ///< All work objects ("project.wobj.info").
   /// Makes or changes a tool of the loaded project, or a global one ("project.tool", "global.tools.set.one");
-  /// -50501 if the controller refuses.
+  /// -50501 if the controller can't. Whether the project has it already ("project.tools") is asked first:
+  /// another client may come in between. A centre of gravity goes along only if `robotHeld`.
   void setToolInfo(const WorkToolInfo& tool_info, std::error_code& ec) noexcept;
   /// The same for a work object ("project.wobj", "global.wobjs.set.one").
   void setWobjInfo(const WorkToolInfo& wobj_info, std::error_code& ec) noexcept;
@@ -405,7 +408,8 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
   /// the first `offset`. UTF-8, or with Chinese texts code page 936.
   std::vector<LogInfo> queryControllerLog(unsigned count, const std::set<LogInfo::Level>& level,
                                           std::error_code& ec, unsigned offset = 0) noexcept;
-  /// The controller's Denavit-Hartenberg parameters, nominal or calibrated, in its own order ("cfg.get").
+  /// The controller's Denavit-Hartenberg parameters in its own order ("cfg.get"): the nominal ones, or the
+  /// full set, in whose place a controller that has none gives the nominal ones.
   std::vector<double> getRobotCfg_DHparam(bool get_nominal, std::error_code& ec) noexcept;
   /// The EtherCAT slaves behind the controller, over a new link. Throws NetworkException.
   BaseEthercat ethercat();

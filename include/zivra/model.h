@@ -23,7 +23,7 @@ class ZIVRA_API BaseModel : public Base<BaseModel> {
 
   /// All axis angles [rad] that reach a pose ("utils.calc.all.ik"), in the controller's order; `confs` gets
   /// their configurations. 261 if a solution isn't complete: the result is then empty, and `confs` keeps what
-  /// was read before it.
+  /// was read before it. `confs` is untouched on any other failure.
   std::vector<std::vector<double>> calcAllIkSolutions(const CartesianPosition& posture,
                                                       std::vector<std::vector<int>>& confs,
                                                       std::error_code& ec) noexcept;
@@ -55,7 +55,8 @@ class ZIVRA_API Model_T : public BaseModel {
   CartesianPosition calcFk(const std::array<double, N>& joints, const Toolset& toolset,
                            std::error_code& ec) noexcept;
   /// Axis angles [rad] that reach a pose, with the toolset in force ("sys.calc.ik"). `confData` may be empty;
-  /// otherwise its first N values count. -32 if there is no solution, 261 for an answer with fewer axes.
+  /// otherwise its first N values count. `elbow` is the arm angle of 7 axes. -32 if there is no solution, 261
+  /// for an answer with fewer axes.
   std::array<double, N> calcIk(CartesianPosition posture, std::error_code& ec) noexcept;
   /// Axis angles [rad] that reach a pose with a toolset.
   std::array<double, N> calcIk(CartesianPosition posture, const Toolset& toolset,

@@ -158,13 +158,7 @@ class Reading {
   void single(const char*, double&) {}  // only ever sent
   void configuration(const char* key, std::vector<int>& configuration) {
     const Json::Value& found = member(value_, key);
-    if (!found.isArray()) return;
-    if (const auto numbers = asNumbers(found)) {
-      configuration.resize(numbers->size());
-      std::transform(numbers->begin(), numbers->end(), configuration.begin(), toInt);
-    } else {
-      malformed_ = true;
-    }
+    if (readConfiguration(found, configuration) != 0 && found.isArray()) malformed_ = true;
   }
   template <class T>
   void object(const char* key, T& part) {
@@ -237,6 +231,14 @@ CartesianPosition readCartesian(const Json::Value& value, bool* malformed) {
   return position;
 }
 
+Load readLoad(const Json::Value& value, bool* malformed) {
+  Load load;
+  Reading reading(value);
+  visitMembers(reading, load);
+  report(reading, malformed);
+  return load;
+}
+
 int readToolset(const Json::Value& value, Toolset& toolset, bool* malformed) {
   for (const std::string_view key : {"end", "load", "ref"}) {
     if (!hasMember(value, key)) return 1;
@@ -265,6 +267,14 @@ int readVector(const Json::Value& value, std::vector<double>& out) {
   auto numbers = asNumbers(value);
   if (!numbers) return 1;
   out = std::move(*numbers);
+  return 0;
+}
+
+int readConfiguration(const Json::Value& value, std::vector<int>& out) {
+  const auto numbers = asNumbers(value);
+  if (!numbers) return 1;
+  out.resize(numbers->size());
+  std::transform(numbers->begin(), numbers->end(), out.begin(), toInt);
   return 0;
 }
 

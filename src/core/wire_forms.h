@@ -26,11 +26,14 @@ void appendPoint(const CartesianPosition& position, const CartesianPosition::Off
 // one that can't be understood.
 Frame readFrame(const Json::Value& value, bool* malformed = nullptr);
 CartesianPosition readCartesian(const Json::Value& value, bool* malformed = nullptr);
+Load readLoad(const Json::Value& value, bool* malformed = nullptr);
 // 0 on success, 1 on failure.
 int readToolset(const Json::Value& value, Toolset& toolset, bool* malformed = nullptr);
 // The first n elements; 1 and `out` as it was if there are fewer, or one of them is no number.
 int readArray(const Json::Value& value, double* out, std::size_t n);
 // 1 and `out` as it was unless an array of numbers.
 int readVector(const Json::Value& value, std::vector<double>& out);
+// The same, each number cut off towards 0 and held within the range of int.
+int readConfiguration(const Json::Value& value, std::vector<int>& out);
 
 }  // namespace zivra::internal

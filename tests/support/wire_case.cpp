@@ -194,6 +194,7 @@ class Run {
     for (std::string line; std::getline(lines, line);) {
       if (const auto at = line.find("{id}"); at != std::string::npos) line.replace(at, 4, id_);
       expectLine(line);
+      if (!row_.rules.linesOfFailures) continue;
       const auto success = line.rfind('0');
       if (success == std::string::npos || (!line.ends_with("(0)") && !line.ends_with("id: 0"))) continue;
       for (const int code : {codeOfInteger(), row_.rules.deadCode}) {

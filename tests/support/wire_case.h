@@ -83,6 +83,8 @@ struct Rules {
   }
   // The log line is the robot's alone, without the uid.
   Rules&& ownLogOnly() && { return ownLog = true, std::move(*this); }
+  // The lines of failures are others: the row names them all.
+  Rules&& allLinesNamed() && { return linesOfFailures = false, std::move(*this); }
   // Its line isn't written if the link is down.
   Rules&& silentOnDeadLink() && { return deadLinkLogged = false, std::move(*this); }
   // A request that comes before, with its reply.
@@ -106,7 +108,7 @@ struct Rules {
   bool awaited = true;
   int deadCode = 256;
   std::string idPrefix;
-  bool ownLog = false, deadLinkLogged = true;
+  bool ownLog = false, deadLinkLogged = true, linesOfFailures = true;
   std::vector<Further> preceding, further;
 };
 
