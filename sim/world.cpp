@@ -63,6 +63,7 @@ void World::boot() {
   motion.reset(false);
   motion.defaults() = MotionDefaults{};
   motion.setOverride(1.0);
+  setToolset({});
   unfinished_.clear();
   pushes.clear();
   ethercat.boot();
@@ -155,8 +156,37 @@ void World::clearAlarms() {
 
 void World::setBaseFrame(const Pose& frame) {
   baseFrame_ = frame;
-  // Work objects are fixed in the world: seen from the moved base they are elsewhere.
-  motion.setToolset(Pose{}, inverse(frame));
+  setToolset(tools.inForce);
+}
+
+void World::setToolset(const Toolset& toolset) {
+  tools.inForce = toolset;
+  motion.setToolset(toolset.end.frame, referenceInBase(toolset));
+}
+
+// Work objects are fixed in the world: seen from the moved base they are elsewhere.
+Pose World::referenceInBase(const Toolset& toolset) const {
+  return compose(inverse(baseFrame_), toolset.reference.frame);
+}
+
+Joints World::torques() const {
+  constexpr double gravity = 9.81, step = 1e-6;  // m/s^2, rad
+  const Arm& arm = motion.arm();
+  const Load& load = tools.inForce.load;
+  Joints torques = arm.gravityTorques(motion.joints());
+  Joints joints = motion.joints();
+  // Each axis works against the height that the load gains by its turning.
+  const auto heightAt = [&](std::size_t axis, double angle) {
+    joints[axis] = angle;
+    return compose(arm.flange(joints), Pose{load.cog, {}}).trans[2];
+  };
+  for (std::size_t axis = 0; axis < joints.size(); ++axis) {
+    const double now = joints[axis];
+    const double gain = (heightAt(axis, now + step) - heightAt(axis, now - step)) / (2 * step);
+    torques[axis] += load.mass * gravity * gain;
+    joints[axis] = now;
+  }
+  return torques;
 }
 
 int World::motionRefusal() const {

@@ -15,6 +15,7 @@
 #include "robot_models.h"
 #include "signals.h"
 #include "stream/state_stream.h"
+#include "tools.h"
 #include "user_log.h"
 #include "wall_clock.h"
 
@@ -67,6 +68,7 @@ class World {
   bool teachPendant = true;
   Restart restart = Restart::none;
   std::vector<Push> pushes;  // not handed out yet
+  ToolStore tools;
 
   // As after switching on: power off, manual mode, no moves, default settings. What is mechanical (the
   // joints, the pressed button, the open gate) and what is stored (the base frame) stays.
@@ -91,6 +93,9 @@ class World {
 
   const Pose& baseFrame() const { return baseFrame_; }
   void setBaseFrame(const Pose& frame);
+  void setToolset(const Toolset& toolset);  // for poses and for the moves that are appended from now on
+  Pose referenceInBase(const Toolset& toolset) const;
+  Joints torques() const;  // Nm: what holds the arm and its load
 
   // 0 if moves are allowed now, else the code of the refusal.
   int motionRefusal() const;

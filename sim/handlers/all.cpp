@@ -61,6 +61,8 @@ const Handlers& allHandlers() {
     addPathCheckHandlers(*h);
     addSingularityHandlers(*h);
     addPanelHandlers(*h);
+    addToolHandlers(*h);
+    addKinematicsHandlers(*h);
     addWatchHandlers(*h);
     addRegisterHandlers(*h);
     addRailHandlers(*h);

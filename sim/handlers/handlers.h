@@ -63,6 +63,8 @@ void addJogHandlers(Handlers& h);
 void addPathCheckHandlers(Handlers& h);
 void addSingularityHandlers(Handlers& h);
 void addPanelHandlers(Handlers& h);
+void addToolHandlers(Handlers& h);
+void addKinematicsHandlers(Handlers& h);
 void addWatchHandlers(Handlers& h);
 void addRegisterHandlers(Handlers& h);
 void addRailHandlers(Handlers& h);

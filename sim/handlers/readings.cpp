@@ -10,13 +10,11 @@ Reply jointPositions(World& w, const Json::Value&) { return answer(numbersJson(w
 
 Reply jointVelocities(World& w, const Json::Value&) { return answer(numbersJson(w.motion.velocities())); }
 
-Reply jointTorques(World& w, const Json::Value&) {
-  return answer(numbersJson(w.motion.arm().gravityTorques(w.motion.joints())));
-}
+Reply jointTorques(World& w, const Json::Value&) { return answer(numbersJson(w.torques())); }
 
 Reply position(const World& w, const Pose& pose) {
   Json::Value value = poseJson(pose);
-  value["elb"] = 0.0;
+  value["elb"] = w.motion.arm().elbow(w.motion.joints());
   value["conf"] = numbersJson(w.motion.arm().conf(w.motion.joints()));
   return answer(value);
 }

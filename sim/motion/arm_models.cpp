@@ -53,6 +53,17 @@ void limit(ArmDescription& arm, Joints lower, Joints upper, Joints velocity) {
   arm.limits.velocity = std::move(velocity);
 }
 
+// Every column leans its next axis over, so that the arm bends forward; without bends between them axes stand
+// straight up.
+constexpr double quarter = pi / 2;
+constexpr DhRow shoulder{shoulderOffset, -quarter, shoulderHeight, 0};
+constexpr DhRow upperBend{upperArm, 0, 0, -quarter};
+constexpr DhRow foreBend{foreArm, 0, 0, 0};
+constexpr DhRow intoTurn{0, quarter, 0, quarter};  // a bend that a turn follows, behind another bend
+constexpr DhRow bendThenTurn{0, quarter, 0, 0};    // the same behind a turn
+DhRow turnThenBend(double length) { return {0, -quarter, length, 0}; }
+DhRow lastTurn(double length) { return {0, 0, length, 0}; }
+
 const Link column{turn, KDL::Vector(shoulderOffset, 0, shoulderHeight), 6.5};
 const Link upper{bend, KDL::Vector(0, 0, upperArm), 5.2};
 
@@ -63,6 +74,7 @@ ArmDescription positioningArm() {
   addRods(arm, 3);
   limit(arm, {-2.97, -1.4, 0.05}, {2.97, 1.7, 2.75}, {2.6, 2.4, 2.8});
   arm.home = {0, 0.15, 1.6};
+  arm.dh = {shoulder, upperBend, foreBend, {arm.flangeLength, 0, 0, pi}};
   return arm;
 }
 
@@ -74,6 +86,7 @@ ArmDescription palletisingArm() {
   addRods(arm, 4);
   limit(arm, {-2.97, -1.4, 0.05, -6.2}, {2.97, 1.7, 2.75, 6.2}, {2.6, 2.4, 2.8, 5.2});
   arm.home = {0, 0.15, 1.6, 0};
+  arm.dh = {shoulder, upperBend, foreBend, {0, quarter, 0, quarter + pi}, lastTurn(arm.flangeLength)};
   return arm;
 }
 
@@ -85,6 +98,7 @@ ArmDescription fiveAxisArm() {
            {column, upper, {bend, {0, 0, foreArm}, 3.1}, {bend, {0, 0, 0}, 1.1}, {turn, {0, 0, 0.10}, 0.7}});
   limit(arm, {-3.05, -2.3, -2.6, -2.5, -6.2}, {3.05, 2.3, 2.6, 2.5, 6.2}, {2.8, 2.8, 3.1, 3.6, 5.2});
   arm.home = {0, 0.15, 1.6, pi - 1.75, 0};
+  arm.dh = {shoulder, upperBend, foreBend, intoTurn, lastTurn(arm.flangeLength)};
   return arm;
 }
 
@@ -101,6 +115,7 @@ ArmDescription sixAxisArm() {
   limit(arm, {-3.05, -2.3, -2.6, -3.05, -2.5, -6.2}, {3.05, 2.3, 2.6, 3.05, 2.5, 6.2},
         {2.8, 2.8, 3.1, 3.6, 3.6, 5.2});
   arm.home = {0, 0.15, 1.6, 0, pi - 1.75, 0};
+  arm.dh = {shoulder, upperBend, intoTurn, turnThenBend(foreArm), bendThenTurn, lastTurn(arm.flangeLength)};
   return arm;
 }
 
@@ -119,6 +134,8 @@ ArmDescription sevenAxisArm() {
   limit(arm, {-3.05, -2.1, -3.05, -2.6, -3.05, -2.2, -6.2}, {3.05, 2.1, 3.05, 2.6, 3.05, 2.2, 6.2},
         {2.8, 2.8, 3.1, 3.1, 3.6, 3.6, 5.2});
   arm.home = {0, 0.35, 0, 1.6, 0, pi - 1.95, 0};
+  arm.dh = {turnThenBend(shoulderHeight), bendThenTurn, turnThenBend(upperArm),    bendThenTurn,
+            turnThenBend(foreArm),        bendThenTurn, lastTurn(arm.flangeLength)};
   return arm;
 }
 
@@ -144,6 +161,9 @@ ArmDescription dimensions(std::size_t axes) {
 ArmDescription describeArm(std::size_t axes) {
   ArmDescription arm = dimensions(axes);
   arm.shoulderHeight = shoulderHeight;
+  arm.shoulderOffset = axes == 7 ? 0 : shoulderOffset;
+  arm.upperArm = upperArm;
+  arm.foreArm = foreArm;
   arm.reach = shoulderOffset + upperArm + foreArm + arm.flangeLength;
   return arm;
 }

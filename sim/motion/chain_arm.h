@@ -25,11 +25,14 @@ struct ArmDescription {
   Eigen::VectorXd bias;
   ArmLimits limits;
   Joints home;
-  double shoulderHeight = 0;  // m above the base
-  double reach = 0;           // m from the shoulder, beyond which nothing is reachable
-  double flangeLength = 0;    // m from the wrist to the flange
-  Eigen::Index elbow = 2;     // axis that bends the elbow
-  Eigen::Index wrist = -1;    // axis that bends the wrist; -1: none
+  std::vector<DhRow> dh;
+  double shoulderHeight = 0;         // m above the base
+  double shoulderOffset = 0;         // m before the first axis
+  double upperArm = 0, foreArm = 0;  // m
+  double reach = 0;                  // m from the shoulder, beyond which nothing is reachable
+  double flangeLength = 0;           // m from the wrist to the flange
+  Eigen::Index elbow = 2;            // axis that bends the elbow
+  Eigen::Index wrist = -1;           // axis that bends the wrist; -1: none
 };
 ArmDescription describeArm(std::size_t axes);  // throws std::invalid_argument unless axes is 3 to 7
 
@@ -45,6 +48,11 @@ class ChainArm final : public Arm {
   std::vector<int> conf(const Joints& joints) const override;
   Solution inverse(const Pose& flange, const Joints& seed, const std::vector<int>& conf) const override;
   std::vector<double> gravityTorques(const Joints& joints) const override;
+  double elbow(const Joints& joints) const override;
+  Solution inverse(const Pose& flange, double elbow, const Joints& seed,
+                   const std::vector<int>& conf) const override;
+  std::vector<Joints> allSolutions(const Pose& flange, double elbow) const override;
+  const std::vector<DhRow>& dhParameters() const override { return description_.dh; }
 
   KDL::Frame forward(const JointVector& joints, JacobianMatrix* jacobian = nullptr) const;
   Solution inverse(const KDL::Frame& flange, const JointVector& seed, const std::vector<int>& conf) const;
@@ -69,6 +77,8 @@ class ChainArm final : public Arm {
   bool approach(const KDL::Frame& flange, JointVector& joints, int iterations) const;
   bool approachPosition(const KDL::Frame& flange, JointVector& joints, int iterations) const;
   bool reaches(const KDL::Frame& flange, JointVector& joints) const;
+  std::vector<Joints> closedForm(const KDL::Frame& flange, double elbow) const;
+  void addTurns(const JointVector& joints, std::vector<Joints>& solutions) const;
   bool nearSingular(const JacobianMatrix& jacobian) const;
   bool chooseTurns(JointVector& joints, const JointVector& seed, const std::vector<int>& conf) const;
   JointVector moveIntoConf(const JointVector& joints, const std::vector<int>& conf) const;

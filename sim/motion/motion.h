@@ -25,6 +25,12 @@ struct ArmLimits {
   Joints acceleration;  // rad/s^2
 };
 
+// One row of the Denavit-Hartenberg parameters: a turn by theta about z and a shift by d along it, then a
+// shift by a along x and a turn by alpha about it. An axis adds its angle to theta.
+struct DhRow {
+  double a = 0, alpha = 0, d = 0, theta = 0;  // m, rad
+};
+
 // The kinematic model of one arm. Immutable after construction: any thread may use it.
 class Arm {
  public:
@@ -45,6 +51,18 @@ class Arm {
     Joints joints;
   };
   virtual Solution inverse(const Pose& flange, const Joints& seed, const std::vector<int>& conf) const = 0;
+  // The angle by which 7 axes have their elbow turned out of the upright plane through shoulder and wrist,
+  // about the line between the two; 0 for other arms.
+  virtual double elbow(const Joints& joints) const = 0;
+  // As above with the elbow at an angle; an arm without a choice ignores it.
+  virtual Solution inverse(const Pose& flange, double elbow, const Joints& seed,
+                           const std::vector<int>& conf) const = 0;
+  // Every way to reach a flange pose, whole turns of axes within their limits included; empty: out of reach.
+  // Where an axis is free to turn (a straight wrist) one angle stands for all.
+  virtual std::vector<Joints> allSolutions(const Pose& flange, double elbow) const = 0;
+  // A row for each joint from the base on. On arms of 3 and 4 axes the fourth joint is the rods': its angle
+  // is minus those of axes 2 and 3, and axis 4 comes fifth.
+  virtual const std::vector<DhRow>& dhParameters() const = 0;
   virtual std::vector<double> gravityTorques(const Joints& joints) const = 0;  // Nm, believable
 };
 
