@@ -81,7 +81,9 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       registers
       calibrate_frame
       read_drive
-      page_log)
+      page_log
+      define_tool
+      inverse_kinematics)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -122,6 +124,15 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
   zivra_program_test(watch_events THREADED MODEL tandi SIMULATOR --speed-factor 10
     CHECK --last "^heard 4 of moves, 0 of safety, 0 of programs, 1 of the log$"
     RUN $<TARGET_FILE:example_watch_events> @address@)
+
+  zivra_program_test(define_tool THREADED MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^tool and work object defined, 4 lines moved, toolset put back$"
+    RUN $<TARGET_FILE:example_define_tool> @address@)
+  zivra_program_test(define_tool_refused MODEL tandi SIMULATOR --speed-factor 10 --refuse project.tool=-1
+    CHECK --code 1 --error "defining the tool: .*\\(-50501\\)" RUN $<TARGET_FILE:example_define_tool> @address@)
+  zivra_program_test(inverse_kinematics MODEL tandi
+    CHECK --last "^[0-9]+ solutions, and each leads back to the pose$"
+    RUN $<TARGET_FILE:example_inverse_kinematics> @address@)
 
   # A pipe's keys come at once, and its end after them: the last one counts as held until the time of a release.
   # \133 is the bracket of an arrow key, which would keep CMake from taking the list apart.
@@ -177,7 +188,7 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
 
   if(TARGET zivra_threaded_tests)
     add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_jog_and_pause
-      example_watch_events example_jog_keyboard example_survive_a_drop)
+      example_watch_events example_jog_keyboard example_survive_a_drop example_define_tool)
   endif()
 endif()
 
