@@ -36,7 +36,7 @@ struct ZIVRA_API StateStreamHealth {
   std::uint64_t received = 0;        ///< datagrams taken, skipped ones included
   std::uint64_t tooShort = 0;        ///< of these: shorter than the fields asked for, and not decoded
   std::uint64_t skipped = 0;         ///< of these: left behind by `drainRobotState`
-  std::chrono::nanoseconds age{-1};  ///< since the newest was taken; -1 before the first
+  std::chrono::nanoseconds age{-1};  ///< since the newest was taken, give or take 10 ms; -1 before the first
   std::uint64_t largestGap = 0;      ///< between the "ts" of two that followed each other [us]
 };
 
@@ -236,26 +236,46 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
 
   /// @name State stream
   /// Fields of the robot's state at a fixed rate, as datagrams that the application takes: no exchange is
-  /// made for them. Needs the robot to be connected with a `localIP` (`localAddressTowards` finds it).
-  /// `Robot_T::startReceiveRobotState` starts it. One thread takes; others may read meanwhile.
+  /// made for them. Needs a connection made with the address of this machine as `localIP`, which
+  /// `localAddressTowards` finds. `Robot_T::startReceiveRobotState` starts it.
+  ///
+  /// One thread takes datagrams; others may read fields meanwhile, and wait for no more than one datagram's
+  /// decoding. Threads that take at the same time take turns, each within its own time-out. Datagrams that
+  /// nobody takes wait in the socket's queue, oldest first, until it is full.
+  ///
+  /// Fields, at most 1052 bytes of them; what they mean is the controller's matter:
+  /// - always there: "ts" (8 bytes), "errors" (20 flags, 20 bytes), 28 bytes together;
+  /// - a real (8 bytes) an axis: "q_m", "q_c", "dq_m", "dq_c", "ddq_m"*, "ddq_c", "tau_m", "tau_c",
+  ///   "tau_filtered_m", "tau_vel_c", "theta_m", "theta_vel_m", "motor_tau", "motor_tau_filtered";
+  /// - 16 reals: "pos_m", "pos_c";
+  /// - 6 reals: "pos_abc_m", "pos_vel_m"*, "pos_vel_c", "pos_acc_m"*, "pos_acc_c", "ex_q_m", "ex_dq_m",
+  ///   "ex_motor_m", "tau_ext_base", "tau_ext_stiff";
+  /// - a real: "psi_m", "psi_c", "psi_vel_c", "psi_acc_c";
+  /// - a byte: "motion_mode", "control_mode"; 7 bytes: "io_keypad"*.
+  ///
+  /// Those with * are not there on robots of 5 axes.
   /// @{
 
   /// Ends the stream ("eci.pub.stop"); nothing happens if there is none. A thread that waits in
-  /// `updateRobotState` comes back.
+  /// `updateRobotState` comes back with 0. At most 10 s with a controller that doesn't answer. Disconnecting,
+  /// connecting anew and destroying the robot end it too.
   void stopReceiveRobotState() noexcept;
   /// Takes one datagram, the oldest that waits. Its length in bytes; 0 if none came within `timeout`. One
-  /// that is too short for the fields asked for changes nothing. Throws RealtimeStateException without a
-  /// stream, RealtimeMotionException for a motion error that the controller tells ("errors"),
-  /// NetworkException.
+  /// that is too short for the fields asked for changes nothing; of one that is longer than 1052 bytes the
+  /// rest is cut off. Throws RealtimeStateException without a stream, RealtimeMotionException for a motion
+  /// error that the controller tells ("errors": only "ts" and "errors" have been taken then, and the stream
+  /// goes on), NetworkException. Allocates nothing unless it throws.
   unsigned updateRobotState(std::chrono::nanoseconds timeout);
   /// Takes all datagrams that wait and keeps the newest, without waiting; returns how many were skipped.
-  /// Throws as `updateRobotState`, and for a motion error in any of them. An addition of this library's own.
+  /// Throws as `updateRobotState`, for the first motion error in any of them, once all are taken. An addition
+  /// of this library's own.
   unsigned drainRobotState();
   /// Counts since the stream was started; any thread. An addition of this library's own.
   StateStreamHealth stateStreamHealth() const noexcept;
-  /// A field of the last datagram; zero before the first. 0, or -1 for a field that isn't in the stream or
-  /// has another type: `value` is untouched then (a vector is empty). Throws RealtimeStateException without a
-  /// stream.
+  /// A field of the last datagram; zero before the first. `double` is for single reals, `std::uint64_t` for
+  /// "ts" [us], a vector for fields of several reals; flags and modes are read by none. 0, or -1 for a field
+  /// that isn't in the stream or has another type: `value` is untouched then (a vector is empty). Throws
+  /// RealtimeStateException without a stream. Any thread.
   int getStateData(const std::string& name, double& value);
   int getStateData(const std::string& name, std::uint64_t& value);
   int getStateData(const std::string& name, std::vector<double>& value);

@@ -28,9 +28,11 @@ class ZIVRA_API Robot_T : public virtual BaseRobot {
   ~Robot_T() override;
 
   /// Connects to the controller at `remoteIP`. `localIP` is the address of this machine that state datagrams
-  /// go to (it may be empty); robots of 3 and 4 axes don't tell the controller. Throws NetworkException (no
-  /// connection, no answer, `localIP` refused), ProtocolException (version too old) or ExecutionException
-  /// (the controller has another kind of robot). At most 30 s to connect and 10 s an answer.
+  /// go to; it may be empty, but then no state stream can be started (`localAddressTowards` finds one).
+  /// Robots of 3 and 4 axes don't tell the controller. Throws NetworkException (no connection, no answer,
+  /// `localIP` refused), ProtocolException (version too old) or ExecutionException (the controller has
+  /// another kind of robot), std::system_error for a name without an IPv4 address. At most 30 s to connect
+  /// and 10 s an answer.
   void connectToRobot(const std::string& remoteIP, const std::string& localIP = "");
   /// Connects again to the addresses of the last connection; 256 without one or if it fails, 266 if version
   /// or robot class don't fit.
@@ -44,9 +46,11 @@ class ZIVRA_API Robot_T : public virtual BaseRobot {
   /// Starts the state stream: the controller sends `fields` every `interval` (whole milliseconds) to this
   /// machine ("eci.fields.out", "eci.port", "eci.pub.start"). Returns when the first datagram is there, after
   /// 200 ms at least; nothing happens if these fields are being received already, or none is named. Throws
-  /// RealtimeControlException (the controller or the catalogue of fields refuses, no port) or
-  /// RealtimeStateException (other fields are being received, nothing came within 3 s). Robots of 3 and 4
-  /// axes have no state stream.
+  /// RealtimeControlException (the controller or the catalogue of fields refuses, the fields are more than
+  /// 1052 bytes, no port can be had at `localIP`), RealtimeStateException (other fields are being received,
+  /// nothing came within 3 s) or RealtimeMotionException (the first datagram tells a motion error). After a
+  /// failure nothing is being received, and it can be started again. Robots of 3 and 4 axes have no state
+  /// stream.
   template <unsigned short axes = dof>
   std::enable_if_t<(axes > 4)> startReceiveRobotState(std::chrono::nanoseconds interval,
                                                       const std::vector<std::string>& fields) {

@@ -24,6 +24,7 @@ constexpr std::int64_t watcherEndLimitNs = 5'000'000'000;
 BaseRobot::Impl::Impl()
     : service((internal::chooseLanguage(), std::make_shared<XService>())),
       rtService(std::make_unique<XService>()),
+      receiver(std::make_unique<DataReceiver>()),
       events(std::make_shared<internal::LinkEvents>(service)) {
   service->setPushHandler([shared = events](const Json::Value& message) { shared->dispatch(message); });
   service->setConnectionHandler([shared = events](bool connected) { shared->linkChanged(connected); });
@@ -36,6 +37,8 @@ BaseRobot::Impl::~Impl() {
   service->setPushHandler(nullptr);
   events->close();
   service->setConnectionHandler(nullptr);
+  if (!unanswering_) stopStream();
+  receiver->close();
   std::error_code ignored;
   if (const auto control = motion()) {
     control->setEventHandler(nullptr);
@@ -63,7 +66,9 @@ bool BaseRobot::Impl::onOwnThread() const {
   return control && control->onOwnThread();
 }
 
-void BaseRobot::Impl::stopLinks(std::error_code& ec) noexcept {
+void BaseRobot::Impl::stopLinks(std::error_code& ec, Farewell farewell) noexcept {
+  if (farewell == Farewell::tell) stopStream();
+  receiver->close();
   if (const auto control = motion()) control->_stop(ec);
   service->stop();
   rtService->stop();
@@ -87,6 +92,7 @@ void BaseRobot::Impl::reconnect(const std::string& remoteIP, const std::string& 
   if (ec) throw NetworkException(ec.message());
   readIdentity(requestedType, dof);
   readPorts();
+  receiver->setup(static_cast<std::uint32_t>(broadcastPort_), remoteIP_, localIP);
   rtService->setEndpoint(remoteIP_, static_cast<std::uint32_t>(rtPort_));
   initLogger();
   startMotion();
@@ -196,7 +202,7 @@ void BaseRobot::Impl::disconnect(std::error_code& ec) noexcept {
       if (const auto control = motion()) control->stop(ec);
     }
     std::error_code stopped;
-    stopLinks(stopped);
+    stopLinks(stopped, ec == Code::timeout ? Farewell::silent : Farewell::tell);
     if (stopped) ec = stopped;
   }
   internal::logBoth(service->logger().get(), LogLevel::info, "uid: {} | disconnectFromRobot end ({})",
@@ -209,6 +215,7 @@ void BaseRobot::Impl::stopIfMoving() noexcept {
   if (!control || !service->connected()) return;
   std::error_code ec;
   if (internal::readOperationState(*service, ec) == OperationState::moving) control->stop(ec);
+  unanswering_ = ec == Code::timeout;
 }
 
 }  // namespace zivra

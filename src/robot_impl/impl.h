@@ -1,21 +1,24 @@
 // The state of one robot: its links, identity, motion control and handlers.
 //
-// Threads: `reconnect`, `disconnect` and the destructor take turns; the other members may be read from any
-// thread. Handlers of the link reach `LinkEvents` only, never this object.
+// Threads: connecting, disconnecting, switching the mode and starting the state stream take turns; the other
+// members may be used from any thread. Handlers of the link reach `LinkEvents` only, never this object.
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include <zivra/base_robot.h>
 #include <zivra/types.h>
 
 #include "motion_control/motion_control.h"
+#include "network/data_receiver.h"
 #include "network/xservice/xservice.h"
 #include "robot_impl/link_events.h"
 
@@ -49,6 +52,12 @@ class BaseRobot::Impl {
   // Stops a moving robot, ignoring the outcome; for the destructor of the robot.
   void stopIfMoving() noexcept;
 
+  // Throws RealtimeControlException and RealtimeStateException; what was done before stays done.
+  void startStream(std::chrono::nanoseconds interval, const std::vector<std::string>& fields,
+                   unsigned short dof);
+  // Nothing happens unless the stream is up.
+  void stopStream() noexcept;
+
   // Null before the first connection.
   std::shared_ptr<MotionControl<1>> motion() const;
   internal::Logger* logger() const;  // of the link; stays valid as long as this object
@@ -59,6 +68,7 @@ class BaseRobot::Impl {
 
   const std::shared_ptr<XService> service;
   const std::unique_ptr<XService> rtService;
+  const std::unique_ptr<DataReceiver> receiver;
   const std::shared_ptr<internal::LinkEvents> events;
   std::atomic<MotionControlMode> mode{MotionControlMode::Idle};  // survives a reconnection
   // How the arm was last asked to be guided.
@@ -70,7 +80,8 @@ class BaseRobot::Impl {
   // waiting for.
   class Turn;
 
-  void stopLinks(std::error_code& ec) noexcept;
+  enum class Farewell { tell, silent };  // whether the controller is told that no more states are wanted
+  void stopLinks(std::error_code& ec, Farewell farewell = Farewell::tell) noexcept;
   void readIdentity(WorkType requestedType, unsigned short dof);
   void readPorts();
   void initLogger();
@@ -81,6 +92,7 @@ class BaseRobot::Impl {
   int rtPort_ = defaultRtPort;
   int broadcastPort_ = defaultBroadcastPort;
   Info info_;
+  bool unanswering_ = false;  // the controller didn't answer when the robot was about to go
 
   mutable std::mutex motionMutex_;  // guards the pointer
   std::shared_ptr<MotionControl<1>> motion_;
