@@ -12,6 +12,8 @@ void moveBatches(const Peer& peer, Table& table);
 void connections(const Peer& peer, Table& table);
 void linkLoss(const Peer& peer, Table& table);
 void idleLink(const Peer& peer, Table& table);
+// `seconds` at a kilohertz, and some more for the rest.
+void stateStream(const Peer& peer, Table& table, double seconds);
 // In a process that has done nothing else.
 void memory(const Peer& peer, Table& table);
 
