@@ -59,7 +59,7 @@ void DataReceiver::close() noexcept {
 int DataReceiver::setRecipe(const std::set<std::string>& requested, unsigned short dof) {
   std::vector<std::string> order{"ts", "errors"};
   order.insert(order.end(), requested.begin(), requested.end());
-  std::unordered_map<std::string, StateValue> values;
+  decltype(values_) values;
   std::vector<Stretch> recipe;
   std::size_t total = 0;
   for (const std::string& name : order) {
