@@ -83,7 +83,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       read_drive
       page_log
       define_tool
-      inverse_kinematics)
+      inverse_kinematics
+      record_motion)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -144,6 +145,19 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     CHECK --interrupt-at "^axis 1 forwards" --code 130 --within 30 --error "interrupted"
     RUN sh -c "mkfifo keys && exec 3<>keys && printf '\\033\\133C' >&3 && exec \"$0\" @address@ <&3" ${jog_keyboard})
 
+  set(record_motion $<TARGET_FILE:example_record_motion>)
+  find_program(ZIVRA_GNUPLOT gnuplot)
+  if(ZIVRA_GNUPLOT)
+    zivra_program_test(record_motion THREADED MODEL tandi SIMULATOR --speed-factor 2
+      CHECK --last "^recorded [0-9]*[0-9][0-9][0-9] states, drawn in it's [.]svg$"
+      RUN sh -c "\"$0\" @address@ --picture \"it's .svg\" && grep -q '>axis 6<' \"it's .svg\"" ${record_motion})
+  endif()
+  zivra_program_test(record_motion_without_gnuplot MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --code 1 --error "gnuplot isn't installed.*the recording is in motion.csv"
+    RUN env PATH=/nowhere ${record_motion} @address@)
+  zivra_program_test(record_motion_controller_killed THREADED MODEL tandi
+    CHECK --kill-at "^full circle" --code 1 --within 30 --error "\\(256\\)" RUN ${record_motion} @address@)
+
   set(survive $<TARGET_FILE:example_survive_a_drop>)
   zivra_program_test(survive_a_restart THREADED MODEL tandi CHECK --last "the link came back and 6 joint angles"
     RUN ${survive} @address@)
@@ -189,6 +203,7 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
   if(TARGET zivra_threaded_tests)
     add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_jog_and_pause
       example_watch_events example_jog_keyboard example_survive_a_drop example_define_tool)
+      example_watch_events example_jog_keyboard example_survive_a_drop example_record_motion)
   endif()
 endif()
 
