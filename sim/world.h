@@ -4,10 +4,12 @@
 
 #include <deque>
 #include <json/json.h>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "ethercat.h"
+#include "files.h"
 #include "motion/motion.h"
 #include "panel.h"
 #include "rail.h"
@@ -69,6 +71,7 @@ class World {
   Restart restart = Restart::none;
   std::vector<Push> pushes;  // not handed out yet
   ToolStore tools;
+  std::optional<ReceivedFile> received;  // the latest file of the file link, whole and with the right digest
 
   // As after switching on: power off, manual mode, no moves, default settings. What is mechanical (the
   // joints, the pressed button, the open gate) and what is stored (the base frame) stays.

@@ -251,7 +251,9 @@ void ClientRun::handOn(std::size_t bytes) {
 
 void ClientRun::flush() {
   if (!connected()) return;
-  switch (queue_.flush()) {
+  const SendQueue::Flush result = queue_.flush();
+  tell([this] { listener_->written(); });
+  switch (result) {
     case SendQueue::Flush::done:
       break;
     case SendQueue::Flush::more:

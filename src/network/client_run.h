@@ -51,6 +51,7 @@ class ClientRun : public std::enable_shared_from_this<ClientRun> {
   bool connected() const noexcept { return generation() != 0; }
   SendReceipt send(std::string&& frame, std::uint64_t generation, bool atOnce, const SendGate& gate);
   void withdraw(std::uint64_t ticket) noexcept { queue_.withdraw(ticket); }
+  std::optional<std::size_t> unwritten(std::uint64_t ticket) noexcept { return queue_.unwritten(ticket); }
 
  private:
   using Tcp = asio::ip::tcp;

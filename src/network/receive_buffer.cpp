@@ -7,11 +7,14 @@ namespace zivra::internal {
 namespace {
 
 constexpr std::size_t firstSize = 1536;
+// What comes without marks comes in bulk, and may stand in one piece only if one read takes it.
+constexpr std::size_t firstSizeWithoutMark = 64 * 1024;
 constexpr std::size_t keptSize = 64 * 1024;  // one big frame must not hold its memory for ever
 
 }  // namespace
 
-ReceiveBuffer::ReceiveBuffer(std::optional<char> mark) : mark_(mark), data_(firstSize) {}
+ReceiveBuffer::ReceiveBuffer(std::optional<char> mark)
+    : mark_(mark), data_(mark ? firstSize : firstSizeWithoutMark) {}
 
 ReceiveBuffer::Space ReceiveBuffer::prepare() {
   if (begin_ == end_) {

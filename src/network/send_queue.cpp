@@ -30,6 +30,10 @@ void SendQueue::close() noexcept {
   writeEnded_.wait(lock, [this] { return !writing_; });
   fd_ = -1;
   queuedBytes_ = 0;
+  if (!frames_.empty()) {
+    firstDropped_ = frames_.front().ticket;
+    lastDropped_ = lastDone_ = lastTicket_;
+  }
   std::deque<Frame> dropped;
   dropped.swap(frames_);
   lock.unlock();
@@ -70,6 +74,15 @@ void SendQueue::withdraw(std::uint64_t ticket) noexcept {
   Frame& frame = frames_[index];
   if (!writing_) return endWithdrawn(frame);
   frame.withdrawn = withdrawnMeanwhile_ = true;
+}
+
+std::optional<std::size_t> SendQueue::unwritten(std::uint64_t ticket) noexcept {
+  const std::lock_guard lock(mutex_);
+  if (ticket >= firstDropped_ && ticket <= lastDropped_) return std::nullopt;
+  if (ticket <= lastDone_) return 0;
+  const std::uint64_t index = ticket - lastDone_ - 1;
+  if (index >= frames_.size()) return std::nullopt;
+  return frames_[index].text.size() - frames_[index].written;
 }
 
 SendQueue::Flush SendQueue::flush() noexcept {
@@ -146,6 +159,7 @@ void SendQueue::endWithdrawn(Frame& frame) noexcept {
 
 void SendQueue::popFront() noexcept {
   const Frame& front = frames_.front();
+  lastDone_ = front.ticket;
   queuedBytes_ -= front.text.size() - front.written + frameOverhead;
   frames_.pop_front();
 }

@@ -1,8 +1,9 @@
 // The way out of one TCP client: frames of any number of threads onto one socket, in the order in which they
 // were queued, without any of them waiting for it.
 //
-// Threads: `send` and `withdraw` from any thread; `open`, `close` and `flush` from the network thread. One
-// thread at a time writes, holding no lock; `close` waits for its one non-blocking write to return.
+// Threads: `send`, `withdraw` and `unwritten` from any thread; `open`, `close` and `flush` from the network
+// thread. One thread at a time writes, holding no lock; `close` waits for its one non-blocking write to
+// return.
 #pragma once
 
 #include <condition_variable>
@@ -41,6 +42,8 @@ class SendQueue {
   // The frame isn't written any more. If part of it is out already it is ended where it stands, with the
   // mark, so that the peer can't take it for a whole one.
   void withdraw(std::uint64_t ticket) noexcept;
+  // How much of the frame isn't written yet; nothing if its connection dropped it.
+  std::optional<std::size_t> unwritten(std::uint64_t ticket) noexcept;
 
   enum class Flush { done, more, full };
   // Writes what is queued. After `full` it is to be called once the socket takes bytes again, after `more`
@@ -69,7 +72,9 @@ class SendQueue {
   std::deque<Frame> frames_;  // tickets without gaps; elements stay in place while they are written
   std::size_t queuedBytes_ = 0;
   std::uint64_t lastTicket_ = 0;
-  std::uint64_t generation_ = 0;  // 0: closed
+  std::uint64_t lastDone_ = 0;                        // of the frame that left the queue last
+  std::uint64_t firstDropped_ = 0, lastDropped_ = 0;  // of the frames that the latest close dropped
+  std::uint64_t generation_ = 0;                      // 0: closed
   int fd_ = -1;
   bool writing_ = false;  // some thread is inside a write
   bool full_ = false;     // the network thread waits for the socket to take bytes again

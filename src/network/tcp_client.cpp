@@ -26,6 +26,11 @@ void TcpConnection::withdraw(const SendReceipt& receipt) const noexcept {
   if (generation_ != 0) run_->withdraw(receipt.ticket);
 }
 
+std::optional<std::size_t> TcpConnection::unwritten(const SendReceipt& receipt) const noexcept {
+  if (generation_ == 0) return std::nullopt;
+  return run_->unwritten(receipt.ticket);
+}
+
 TcpClient::TcpClient(const Options& options) : options_(options), serial_(++lastSerial) {
   ClientRun::makeErrorCategories();
 }

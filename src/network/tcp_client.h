@@ -43,6 +43,8 @@ class TcpListener {
   virtual void received(std::string_view bytes) = 0;
   // All that had come at once has been given to `received`.
   virtual void receivedAll() {}
+  // The network thread has written some of what was queued (not told of what a sender wrote itself).
+  virtual void written() {}
   // After each successful attempt once: the connection has dropped or was stopped.
   virtual void disconnected() = 0;
 };
@@ -60,6 +62,9 @@ class TcpConnection {
   SendReceipt send(std::string&& frame, bool atOnce = true, const SendGate& gate = {}) const;
   // Takes a frame back if it isn't written yet.
   void withdraw(const SendReceipt& receipt) const noexcept;
+  // How much of a frame isn't written yet; nothing if it was dropped when the connection ended. To be asked
+  // before anything is sent on the next connection.
+  std::optional<std::size_t> unwritten(const SendReceipt& receipt) const noexcept;
 
  private:
   std::shared_ptr<ClientRun> run_;

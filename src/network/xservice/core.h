@@ -4,10 +4,12 @@
 // Threads: as XService; `route` and `batchRouted` belong to the network thread.
 #pragma once
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "core/json.h"
 #include "network/tcp_client.h"
@@ -39,6 +41,23 @@ struct XService::Core : std::enable_shared_from_this<Core> {
   internal::HandlerSlot<bool> connectionHandler;
   internal::HandlerSlot<const Json::Value&> motionHandler;
   internal::HandlerSlot<const Json::Value&> pushHandler;
+
+  // One file at a time. A thread that is sending one already doesn't get a turn.
+  class TransferTurn {
+   public:
+    explicit TransferTurn(Core& core);
+    ~TransferTurn();
+    TransferTurn(const TransferTurn&) = delete;
+    TransferTurn& operator=(const TransferTurn&) = delete;
+    bool taken() const noexcept { return taken_; }
+
+   private:
+    Core& core_;
+    bool taken_ = false;
+  };
+  std::mutex transferMutex;  // of the two below
+  std::condition_variable transferEnded;
+  std::thread::id transferring;
 
   mutable std::mutex settingsMutex;  // for the three below
   std::string ip;

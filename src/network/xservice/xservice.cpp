@@ -11,6 +11,7 @@
 #include "core/json_text.h"
 #include "core/process_state.h"
 #include "network/xservice/core.h"
+#include "network/xservice/transfer.h"
 
 namespace zivra {
 
@@ -96,10 +97,11 @@ Json::Value* valueOf(Json::Value& reply, std::string_view letter, std::string_vi
 
 XService::XService() : XService(internal::LinkLimits{}) {}
 
-XService::XService(const internal::LinkLimits& limits) : core_(std::make_shared<Core>(limits)) {}
+XService::XService(const internal::LinkLimits& limits)
+    : transfer(std::make_shared<XTransfer>(limits)), core_(std::make_shared<Core>(limits)) {}
 
 XService::~XService() {
-  core_->client.stop();
+  stop();
   // On the network thread the client is still there, but its user isn't.
   core_->connectionHandler.set({});
   core_->motionHandler.set({});
@@ -108,6 +110,7 @@ XService::~XService() {
 }
 
 void XService::setEndpoint(const std::string& ip, std::uint32_t port) {
+  transfer->setEndpoint(ip, XTransfer::port);
   const std::lock_guard lock(core_->settingsMutex);
   core_->ip = ip;
   core_->port = port;
@@ -120,12 +123,22 @@ std::string XService::address() const {
 
 void XService::start(std::error_code& ec) noexcept {
   guarded(ec, [&] {
+    if (connected()) return noError();
     const std::error_code failure = core_->start();
-    return failure ? failure : noError();
+    if (failure) return failure;
+    std::error_code ignored;
+    transfer->start(ignored);
+    if (ignored)
+      internal::logBoth(core_->currentLogger().get(), internal::LogLevel::info,
+                        "uid: {} | FileTransfer connect failed ({})", internal::uid(), ignored);
+    return noError();
   });
 }
 
-void XService::stop() noexcept { core_->client.stop(); }
+void XService::stop() noexcept {
+  core_->client.stop();
+  transfer->stop();
+}
 
 bool XService::connected() const noexcept { return static_cast<bool>(core_->client.connection()); }
 

@@ -25,6 +25,7 @@ namespace zivra {
 namespace internal {
 struct LinkLimits;
 }
+class XTransfer;
 
 class XService : public Base<XService> {
  public:
@@ -90,6 +91,17 @@ class XService : public Base<XService> {
   // As above with parameters that are JSON text already.
   void commandTextAsync(const std::string& key, std::string_view parameters, Handler callback,
                         std::error_code& ec) noexcept;
+
+  // Brings a file to the controller: announces `description` ("file_name", "function", "overwrite") on this
+  // link and sends the bytes on the file link. Waits for the acknowledgement, at most 300 s. One file at a
+  // time: others wait for their turn. 256; -280 if the file can't be read, -283 if it is empty or larger than
+  // `maxSize`, -284 refused, lost or no memory, -285 not acknowledged, or the controller's code.
+  // `progress(done, total)` is called on the calling thread; what it throws is ignored.
+  using Progress = std::function<void(std::uint64_t, std::uint64_t)>;
+  void sendFile(const std::string& path, std::uint64_t maxSize, const Json::Value& description,
+                std::error_code& ec, const Progress& progress = {}) noexcept;
+  // The file link; started and stopped with this one. That it can't be had fails nothing but `sendFile`.
+  const std::shared_ptr<XTransfer> transfer;
 
   using Gate = SendGate;
   // Sends `{"c":body,"id":id}`; `body` is the JSON text of the command object. What comes back under the id
