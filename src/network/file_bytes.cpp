@@ -36,7 +36,8 @@ FileBytes readFile(const std::string& path, std::uint64_t maxSize, std::size_t r
   const long end = std::ftell(file.get());
   if (end < 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return failed(FileFault::unread);
   const auto size = static_cast<std::uint64_t>(end);
-  if (size == 0 || size > maxSize) return failed(FileFault::badSize);
+  if (size == 0) return failed(FileFault::empty);
+  if (size > maxSize) return failed(FileFault::tooLarge);
 
   FileBytes result;
   if (size > result.bytes.max_size() - room) throw std::bad_alloc();

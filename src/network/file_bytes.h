@@ -9,7 +9,7 @@
 
 namespace zivra::internal {
 
-enum class FileFault { none, unopened, badSize, unread };
+enum class FileFault { none, unopened, empty, tooLarge, unread };
 
 struct FileBytes {
   FileFault fault = FileFault::none;
@@ -17,7 +17,7 @@ struct FileBytes {
   Md5::Value md5{};   // of the file's own
 };
 
-// `badSize`: empty or larger than `maxSize`. What is no regular file can't be opened: a pipe might never end.
+// What is no regular file can't be opened: a pipe might never end.
 // Throws std::bad_alloc.
 FileBytes readFile(const std::string& path, std::uint64_t maxSize, std::size_t room = 0);
 

@@ -60,7 +60,8 @@ void XService::sendFile(const std::string& path, std::uint64_t maxSize, const Js
     case internal::FileFault::unopened:
       ec = codeOf(unopenedFile);
       return;
-    case internal::FileFault::badSize:
+    case internal::FileFault::empty:
+    case internal::FileFault::tooLarge:
       ec = codeOf(badFileSize);
       return;
     case internal::FileFault::unread:
