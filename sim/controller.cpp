@@ -8,9 +8,11 @@
 #include "handlers/handlers.h"
 #include "network/dispatch.h"
 #include "network/faults.h"
+#include "network/file_link.h"
 #include "network/json_text.h"
 #include "network/server.h"
 #include "network/state_publisher.h"
+#include "network/upgrade_service.h"
 #include "world.h"
 
 namespace zivra::sim {
@@ -40,8 +42,24 @@ struct Controller::Core {
       : options(checked(std::move(given))),
         world(options),
         dispatch(world, worldMutex, faults),
+        fileLink(world, worldMutex),
+        upgradeService(world, worldMutex),
         server(options.address, {options.port, options.rtPort}, hooks()),
-        publisher(world, worldMutex, [this](Clock::time_point now) { return passTime(now); }) {}
+        publisher(world, worldMutex, [this](Clock::time_point now) { return passTime(now); }) {
+    const auto serve = [this](std::uint16_t port, ServerHooks serverHooks) {
+      if (port == 0) return;
+      serversBeside.push_back(std::make_unique<Server>(options.address, std::vector<std::uint16_t>{port},
+                                                       std::move(serverHooks)));
+    };
+    serve(options.filePort, fileLink.hooks());
+    serve(options.upgradePort, upgradeService.hooks());
+  }
+
+  template <typename Call>
+  void everyServer(Call&& call) {
+    call(server);
+    for (const auto& beside : serversBeside) call(*beside);
+  }
 
   ServerHooks hooks() {
     ServerHooks hooks;
@@ -112,9 +130,12 @@ struct Controller::Core {
   World world;
   Faults faults;
   Dispatch dispatch;
+  FileLink fileLink;
+  UpgradeService upgradeService;
   Server server;
   StatePublisher publisher;
-  std::mutex lifecycleMutex;  // start and stop, one at a time
+  std::vector<std::unique_ptr<Server>> serversBeside;  // of the file link and the upgrade service
+  std::mutex lifecycleMutex;                           // start and stop, one at a time
   std::thread time;
   bool timeEnds = false, timeRests = false, timePaced = false;  // under worldMutex
   Clock::time_point passed{};                                   // up to when; under worldMutex
@@ -170,8 +191,10 @@ void Controller::Core::restart(std::unique_lock<std::mutex>& lock) {
   if (!sleepUntil(lock, Clock::now() + kFarewell)) return;
   away = true;
   lock.unlock();
-  server.stopListening();
-  server.dropLinks(Server::Ending::orderly);
+  everyServer([](Server& each) {
+    each.stopListening();
+    each.dropLinks(Server::Ending::orderly);
+  });
   lock.lock();
   world.boot();
   publisher.noticeChange();
@@ -182,7 +205,7 @@ void Controller::Core::restart(std::unique_lock<std::mutex>& lock) {
     bool back = true;
     away = false;
     try {
-      if (!refusesLinks) server.listen();
+      if (!refusesLinks) everyServer([](Server& each) { each.listen(); });
     } catch (const std::runtime_error&) {
       back = false;
     }
@@ -206,7 +229,12 @@ void Controller::start() {
     core_->passed = Clock::now();
   }
   core_->refusesLinks = core_->away = false;
-  core_->server.start();
+  try {
+    core_->everyServer([](Server& each) { each.start(); });
+  } catch (...) {
+    core_->everyServer([](Server& each) { each.stop(); });
+    throw;
+  }
   core_->publisher.start();
   core_->time = std::thread([core = core_.get()] { core->runTime(); });
 }
@@ -220,31 +248,40 @@ void Controller::stop() {
   core_->timeWakes.notify_one();
   if (core_->time.joinable()) core_->time.join();
   core_->publisher.stop();
-  core_->server.stop();
+  core_->everyServer([](Server& each) { each.stop(); });
 }
 
 const Options& Controller::options() const { return core_->options; }
 
 void Controller::inject(const Fault& fault) { core_->faults.add(fault); }
+void Controller::inject(const FileFault& fault) { core_->fileLink.faults().add(fault); }
+void Controller::inject(const UpgradeFault& fault) { core_->upgradeService.faults().add(fault); }
 
 void Controller::clearFaults() {
   core_->faults.clear();
+  core_->fileLink.faults().clear();
+  core_->upgradeService.faults().clear();
   core_->change([](World& w) { w.stream.faults = {}; });
 }
 
-void Controller::dropLinks() { core_->server.dropLinks(Server::Ending::reset); }
+void Controller::dropLinks() {
+  core_->everyServer([](Server& each) { each.dropLinks(Server::Ending::reset); });
+}
 
 void Controller::stopListening() {
   core_->refusesLinks = true;
-  core_->server.stopListening();
+  core_->everyServer([](Server& each) { each.stopListening(); });
 }
 
 void Controller::listenAgain() {
   core_->refusesLinks = false;
-  if (!core_->away) core_->server.listen();
+  if (!core_->away) core_->everyServer([](Server& each) { each.listen(); });
 }
 
-void Controller::stopReading(bool on) { core_->server.stopReading(on); }
+void Controller::stopReading(bool on) {
+  core_->everyServer([on](Server& each) { each.stopReading(on); });
+}
+
 void Controller::sliceFrames(std::size_t bytes) { core_->server.slice(bytes); }
 void Controller::coalesceFrames(std::chrono::milliseconds window) { core_->server.coalesce(window); }
 
@@ -364,6 +401,8 @@ void Controller::endStateStream() {
 }
 
 std::uint64_t Controller::datagramsSent() const { return core_->publisher.sent(); }
+
+std::vector<std::string> Controller::upgrades() const { return core_->upgradeService.packages(); }
 
 std::vector<double> Controller::jointPositions() const {
   return core_->read([](const World& w) { return w.motion.joints(); });

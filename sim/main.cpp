@@ -28,6 +28,8 @@ usage: zivra-sim [options]
   --address A           IPv4 address to listen on (127.0.0.1)
   --port N              port of the command link (6666)
   --rt-port N           port of the second command link (1337)
+  --file-port N         port of the file link (7777), 0 for none
+  --upgrade-port N      port of the upgrade and backup service (4567), 0 for none
   --model M             triax, quadrax, standard, tandi-five, tandi or tandi-seven (tandi)
   --speed-factor X      simulated seconds for each second (1)
   --id TEXT             robot id (made from model and address)
@@ -41,6 +43,8 @@ faults, KEY being a request key or * for all; each may be given several times:
   --delay KEY=MS        answer requests of KEY after MS milliseconds
   --mute KEY            never answer requests of KEY
   --drop-after N        break all links after every N frames received
+  --upgrade-fault NAME  what ails the upgrade service, each time: hang-up, mute, damaged, refuse,
+                        verdict-first, no-backup, partial or broken
   --collide-after S     the arm meets an obstacle S seconds after the start, once
 
 Ends at SIGINT or SIGTERM. Exit code: 0, 1 for a bad option, 2 if a port can't be had.
@@ -69,6 +73,7 @@ std::pair<std::string, int> keyAndNumber(std::string_view option, std::string_vi
 struct Settings {
   Options options;
   std::vector<Fault> faults;
+  std::vector<UpgradeFault> upgradeFaults;
   int dropAfter = 0;
   double collideAfter = 0;  // s
   bool verbose = false, help = false;
@@ -101,6 +106,16 @@ Settings readArguments(int argc, char** argv) {
       options.port = number<std::uint16_t>(option, value(), 1, 65535);
     } else if (option == "--rt-port") {
       options.rtPort = number<std::uint16_t>(option, value(), 1, 65535);
+    } else if (option == "--file-port") {
+      options.filePort = number<std::uint16_t>(option, value(), 0, 65535);
+    } else if (option == "--upgrade-port") {
+      options.upgradePort = number<std::uint16_t>(option, value(), 0, 65535);
+    } else if (option == "--upgrade-fault") {
+      const auto name = value();
+      const auto kind = upgradeFaultNamed(name);
+      if (!kind) throw Usage(fmt::format("there is no upgrade fault \"{}\"; --help lists them", name));
+      settings.upgradeFaults.emplace_back().kind = *kind;
+      settings.upgradeFaults.back().times = -1;
     } else if (option == "--model") {
       const auto name = value();
       const auto model = modelNamed(name);
@@ -161,12 +176,14 @@ int run(Settings settings) {
   Controller controller(settings.options);
   running = &controller;
   for (const Fault& fault : settings.faults) controller.inject(fault);
+  for (const UpgradeFault& fault : settings.upgradeFaults) controller.inject(fault);
   try {
     controller.start();
   } catch (const std::runtime_error& error) {
     fmt::print(stderr,
                "zivra-sim: {}\nEnd the program that holds the port, or choose another address with --address "
-               "(127.0.0.2, ...) or another port with --port and --rt-port.\n",
+               "(127.0.0.2, ...) or another port with --port, --rt-port, "
+               "--file-port and --upgrade-port.\n",
                error.what());
     return kCannotListen;
   }

@@ -68,6 +68,7 @@ void World::boot() {
   pushes.clear();
   ethercat.boot();
   note("the controller was started");
+  incoming.reset();
 }
 
 const char* World::powerText() const {

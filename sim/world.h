@@ -71,6 +71,7 @@ class World {
   Restart restart = Restart::none;
   std::vector<Push> pushes;  // not handed out yet
   ToolStore tools;
+  std::optional<IncomingFile> incoming;  // the latest that was announced and isn't here yet
   std::optional<ReceivedFile> received;  // the latest file of the file link, whole and with the right digest
 
   // As after switching on: power off, manual mode, no moves, default settings. What is mechanical (the

@@ -71,6 +71,7 @@ const Handlers& allHandlers() {
     addUserLogHandlers(*h);
     addEthercatHandlers(*h);
     addStreamHandlers(*h);
+    addFileHandlers(*h);
     return h;
   }();
   return handlers;

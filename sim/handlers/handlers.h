@@ -73,5 +73,6 @@ void addClockHandlers(Handlers& h);
 void addUserLogHandlers(Handlers& h);
 void addEthercatHandlers(Handlers& h);
 void addStreamHandlers(Handlers& h);
+void addFileHandlers(Handlers& h);
 
 }  // namespace zivra::sim

@@ -252,6 +252,7 @@ void Server::accept(const Socket& listener) {
     if (links_.size() >= kMostLinks) continue;
     links_[++lastId_].socket = std::move(socket);
     linkCount_ = links_.size();
+    if (hooks_.opened) hooks_.opened(lastId_);
   }
 }
 
@@ -260,6 +261,7 @@ void Server::read(LinkId id, Link& link) {
   const auto result = link.socket.read(buffer, sizeof buffer);
   if (result.outcome == Socket::Outcome::ended) link.closing = true;  // what was answered still goes out
   if (result.outcome != Socket::Outcome::done) return;
+  if (hooks_.bytes) return hooks_.bytes(id, {buffer, result.bytes});
   link.in.append(buffer, result.bytes);
   std::size_t start = 0;
   for (auto end = link.in.find('\r', link.scanned); end != std::string::npos;

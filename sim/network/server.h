@@ -21,7 +21,7 @@ using LinkId = std::uint64_t;  // never used twice by one server
 // Bytes on their way to one link.
 struct Delivery {
   LinkId link = 0;  // 0: every link
-  std::string bytes;
+  std::string bytes{};
   std::chrono::milliseconds delay{0};
   bool closeAfter = false;
   bool injected = false;  // a test's own bytes, which the bound for slow readers doesn't count
@@ -30,6 +30,8 @@ struct Delivery {
 // All called on the network thread.
 struct ServerHooks {
   std::function<void(LinkId, std::string_view)> frame;    // without its CR
+  std::function<void(LinkId, std::string_view)> bytes{};  // if set: whatever comes, in place of frames
+  std::function<void(LinkId)> opened{};
   std::function<void(LinkId)> closed;                     // the link is gone
   std::function<std::vector<Delivery>()> takeDeliveries;  // asked in every round
   std::function<void(std::string_view)> sent;             // bytes as they go out

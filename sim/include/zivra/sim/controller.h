@@ -40,6 +40,8 @@ struct Options {
   std::string address = "127.0.0.1";  ///< loopback address that the links listen on
   std::uint16_t port = 6666;          ///< command link
   std::uint16_t rtPort = 1337;        ///< second command link
+  std::uint16_t filePort = 7777;      ///< file link; 0: there is none
+  std::uint16_t upgradePort = 4567;   ///< upgrade and backup service; 0: there is none
   Model model = Model::tandi;
   double speedFactor = 1.0;       ///< simulated seconds for each second of the wall clock
   std::string id{};               ///< robot id; empty: one made from the model
@@ -68,6 +70,44 @@ struct Fault {
   std::string text{};
   int times = 1;  ///< how many requests it hits; -1: until clearFaults
 };
+
+/// What happens to the next file that comes on the file link.
+struct FileFault {
+  enum class Kind {
+    refuse,  ///< acknowledged as bad, and not kept
+    mute,    ///< kept and never acknowledged
+    text,    ///< kept; `text` goes out as a frame in front of the acknowledgement
+    delay,   ///< kept and acknowledged after `delay`
+    drop,    ///< closes the link in the middle of the file
+  };
+  Kind kind = Kind::refuse;
+  std::string text{};
+  std::chrono::milliseconds delay{0};
+  int times = 1;  ///< how many files it hits; -1: until clearFaults
+};
+
+/// What the upgrade and backup service does with the next request that it fits.
+struct UpgradeFault {
+  enum class Kind {
+    hangUp,        ///< closes a connection just after accepting it
+    mute,          ///< does the work and never answers
+    die,           ///< closes the connection after `bytes` bytes of its answers
+    drip,          ///< sends its answers `bytes` bytes at a time, one piece every `delay`
+    chunks,        ///< cuts its answers' packets into chunks of `bytes` bytes
+    damaged,       ///< finds the package damaged
+    refuse,        ///< doesn't take the package
+    verdictFirst,  ///< tells the verdict on the package before it says that it has arrived
+    noBackup,      ///< can't make the backup
+    partial,       ///< can't back up one of the items
+    broken,        ///< sends a backup that doesn't have the digest that it comes with
+  };
+  Kind kind = Kind::hangUp;
+  std::size_t bytes = 1;
+  std::chrono::milliseconds delay{0};
+  int times = 1;  ///< how many connections or requests it hits; -1: until clearFaults
+};
+/// The fault's name on the command line of `zivra-sim`, e.g. "verdict-first"; nothing for another name.
+ZIVRA_SIM_API std::optional<UpgradeFault::Kind> upgradeFaultNamed(std::string_view name);
 
 /// A whole simulated controller in the caller's process: it listens, answers, moves and notifies until it is
 /// stopped. Every operation may be called from any thread.
@@ -142,6 +182,11 @@ class ZIVRA_SIM_API Controller {
   void cutDatagrams(std::size_t bytes, int times);
   void endStateStream();                ///< ends without a word; a client may start it anew
   std::uint64_t datagramsSent() const;  ///< since start
+
+  // Files, packages and backups
+  void inject(const FileFault& fault);
+  void inject(const UpgradeFault& fault);
+  std::vector<std::string> upgrades() const;  ///< digests (MD5) of the packages taken, oldest first
 
   // What is going on
   std::vector<double> jointPositions() const;
