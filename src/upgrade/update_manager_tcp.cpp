@@ -94,13 +94,15 @@ std::error_code UpdateManagerTcp::connect(const std::string& host) {
   inbox_->stopping = false;
   const std::uint64_t before = inbox_->ends;
   lock.unlock();
-  if (client_.start(host, port, std::make_shared<Listener>(inbox_))) return make_error_code(Code::network);
+  const std::error_code failure = client_.start(host, port, std::make_shared<Listener>(inbox_));
+  const auto limit = failure ? 0ms : refusalLimit;
   lock.lock();
-  const bool refused = inbox_->changed.wait_for(lock, refusalLimit, [&] { return inbox_->ends != before; });
+  // Also if it was gone again before `start` could see it.
+  const bool refused = inbox_->changed.wait_for(lock, limit, [&] { return inbox_->ends != before; });
   lock.unlock();
-  if (!refused) return {0, category()};
+  if (!refused && !failure) return {0, category()};
   stop();
-  return make_error_code(Code::connectionRefused);
+  return make_error_code(refused ? Code::connectionRefused : Code::network);
 }
 
 void UpdateManagerTcp::beginConversation() {
@@ -121,7 +123,8 @@ std::error_code UpdateManagerTcp::send(std::string&& packet, std::chrono::millis
                                        const Progress& progress) {
   const std::uint64_t total = packet.size();
   const TcpConnection link = client_.connection();
-  const SendReceipt receipt = link.send(std::move(packet));
+  // Only queued here: a controller that answers and hangs up at once has taken it all the same.
+  const SendReceipt receipt = link.send(std::move(packet), false);
   if (receipt.result != SendResult::accepted) return make_error_code(Code::network);
 
   std::optional<std::size_t> before;

@@ -48,6 +48,14 @@ class RawConnection {
       if (!readable(socket_, limit) || !readSome()) return std::nullopt;
     }
   }
+  // So many bytes, or what there is of them at the connection's end or after the limit.
+  std::string bytes(std::size_t count) {
+    while (unread_.size() < count && readable(socket_, longestWait) && readSome()) {
+    }
+    std::string taken = unread_.substr(0, count);
+    unread_.erase(0, count);
+    return taken;
+  }
   // Everything up to the connection's end.
   std::string rest() {
     while (readable(socket_, longestWait) && readSome()) {

@@ -100,7 +100,8 @@ std::error_code XNetworkBase::send(std::string&& bytes, const Progress& progress
   const auto deadline = std::chrono::steady_clock::now() + acknowledgementLimit_.load();
   const std::uint64_t total = bytes.size();
   const internal::TcpConnection link = client_.connection();
-  const internal::SendReceipt receipt = link.send(std::move(bytes));
+  // Only queued here: what befalls the link from now on befalls the transfer.
+  const internal::SendReceipt receipt = link.send(std::move(bytes), false);
   if (receipt.result != internal::SendResult::accepted) return make_error_code(Code::network);
 
   Transfer& transfer = *transfer_;
@@ -126,7 +127,7 @@ std::error_code XNetworkBase::send(std::string&& bytes, const Progress& progress
       const bool refused = transfer.word == Transfer::Word::error;
       const bool lost = transfer.lost || !left;
       lock.unlock();
-      if (!refused || !whole) stop();
+      if (!lost && !(refused && whole)) stop();
       return codeOf(refused || lost ? failedToSend : sendTimeout);
     }
     inTime = transfer.transferDone.wait_until(lock, deadline, [&] { return transfer.news != seen; });
