@@ -157,6 +157,30 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     RUN env PATH=/nowhere ${record_motion} @address@)
   zivra_program_test(record_motion_controller_killed THREADED MODEL tandi
     CHECK --kill-at "^full circle" --code 1 --within 30 --error "\\(256\\)" RUN ${record_motion} @address@)
+  set(backup $<TARGET_FILE:example_make_backup>)
+  zivra_program_test(make_backup_help CHECK --last "^Fetches .*\\.$" RUN ${backup} --help)
+  zivra_program_test(make_backup_bad_item CHECK --code 2 --error "there is no item \"colour\""
+    RUN ${backup} @address@ backup.tar colour)
+  zivra_program_test(make_backup_nobody_there CHECK --code 1 --within 20 --error "^make_backup: .*@address@"
+    RUN ${backup} @address@ backup.tar)
+  zivra_program_test(make_backup THREADED MODEL tandi CHECK --last "^[1-9][0-9]* bytes in \"backup.tar\"$"
+    RUN ${backup} @address@ backup.tar)
+  zivra_program_test(make_backup_can_be_unpacked MODEL tandi CHECK --last "^robot_cfg/robot.json$"
+    RUN sh -c "\"$0\" @address@ b.tar robot >&2 && tar -tf b.tar" ${backup})
+  zivra_program_test(make_backup_partial MODEL tandi SIMULATOR --upgrade-fault partial
+    CHECK --last "^[1-9][0-9]* bytes in \"b.tar\", but the controller left items out$"
+    RUN ${backup} @address@ b.tar log system-log)
+  zivra_program_test(make_backup_broken MODEL tandi SIMULATOR --upgrade-fault broken
+    CHECK --code 1 --within 20 --error "\\(270\\)$" RUN ${backup} @address@ b.tar)
+  set(upgrade $<TARGET_FILE:example_send_upgrade>)
+  zivra_program_test(send_upgrade_help CHECK --last "^Sends .*\\.$" RUN ${upgrade} --help)
+  zivra_program_test(send_upgrade_refused_at_once MODEL tandi SIMULATOR --upgrade-fault hang-up
+    CHECK --code 1 --within 20 --error "^send_upgrade: .*@address@" RUN ${upgrade} @address@ p.zip)
+  zivra_program_test(send_upgrade THREADED MODEL tandi CHECK --last "^the controller took the package of 13 bytes$"
+    RUN sh -c "printf 'PK\\003\\004a package' > p.zip && exec \"$0\" @address@ p.zip" ${upgrade})
+  zivra_program_test(send_upgrade_no_package MODEL tandi
+    CHECK --code 1 --within 20 --error "\\(269\\); the controller doesn't take it"
+    RUN sh -c "echo text > p.zip && exec \"$0\" @address@ p.zip" ${upgrade})
 
   set(survive $<TARGET_FILE:example_survive_a_drop>)
   zivra_program_test(survive_a_restart THREADED MODEL tandi CHECK --last "the link came back and 6 joint angles"
@@ -204,6 +228,7 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_jog_and_pause
       example_watch_events example_jog_keyboard example_survive_a_drop example_define_tool)
       example_watch_events example_jog_keyboard example_survive_a_drop example_record_motion)
+      example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade)
   endif()
 endif()
 
