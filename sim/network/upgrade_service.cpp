@@ -15,7 +15,7 @@ namespace {
 
 using Kind = UpgradeFault::Kind;
 
-constexpr std::size_t kHead = 6, kLargestPacket = 1u << 30, kLargestChunk = 0xffff;
+constexpr std::size_t kHead = 6, kLargestPacket = 256u << 20, kLargestChunk = 0xffff;
 constexpr int kFile = 1, kJson = 2;
 // Of a file's payload: two bytes and one of 0, the digest, the name's length.
 constexpr std::size_t kDigestAt = 3, kNameLengthAt = 19, kNameAt = 21;

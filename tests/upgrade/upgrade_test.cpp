@@ -205,6 +205,17 @@ TEST_F(Upgrade, APeerThatDoesNotRead) {
   EXPECT_EQ(upgrade().get(), 263);
 }
 
+TEST_F(Upgrade, APeerThatTalksAllTheTime) {
+  const std::string talk(20'000'000, 't');
+  EXPECT_TRUE(link.send(talk)) << "what nobody asked for is read, and forgotten";
+  connect(longestWait);
+  write("package", std::string(30'000'000, 'x'));
+  auto result = upgrade();
+  link.bytes(1);
+  EXPECT_FALSE(link.send(talk)) << "it all went into memory";
+  EXPECT_EQ(result.get(), 256);
+}
+
 TEST_F(Upgrade, OneOperationAtATimeAlsoThroughACopy) {
   write("package", "abc");
   BaseUpgrade one(address.text());
