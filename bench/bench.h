@@ -14,7 +14,9 @@ void linkLoss(const Peer& peer, Table& table);
 void idleLink(const Peer& peer, Table& table);
 // `seconds` at a kilohertz, and some more for the rest.
 void stateStream(const Peer& peer, Table& table, double seconds);
+void files(const Peer& peer, Table& table, bool quick);
 // In a process that has done nothing else.
 void memory(const Peer& peer, Table& table);
+void filesMemory(const Peer& peer, Table& table);
 
 }  // namespace zivra::bench

@@ -12,12 +12,13 @@ namespace {
 
 void usage() {
   std::puts(
-      "usage: zivra-bench [--quick] [--memory | --stream]\n"
+      "usage: zivra-bench [--quick] [--memory | --stream | --files]\n"
       "Measures the library against bare sockets on loopback (127.60.0.1), pinned to one core, and prints a "
       "table.\n"
       "  --quick   a tenth of the time, coarser figures\n"
       "  --memory  resident memory only; the whole run does this first, in a process of its own\n"
-      "  --stream  the state stream only: a minute at 1 kHz, with --quick 3 s");
+      "  --stream  the state stream only: a minute at 1 kHz, with --quick 3 s\n"
+      "  --files   transfers of files and packages only");
 }
 
 }  // namespace
@@ -27,6 +28,7 @@ int main(int argc, char** argv) try {
   bool quick = false;
   bool memoryOnly = false;
   bool streamOnly = false;
+  bool filesOnly = false;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--quick") == 0) {
       quick = true;
@@ -34,6 +36,8 @@ int main(int argc, char** argv) try {
       memoryOnly = true;
     } else if (std::strcmp(argv[i], "--stream") == 0) {
       streamOnly = true;
+    } else if (std::strcmp(argv[i], "--files") == 0) {
+      filesOnly = true;
     } else {
       usage();
       return std::strcmp(argv[i], "--help") == 0 ? 0 : 2;
@@ -50,9 +54,13 @@ int main(int argc, char** argv) try {
   if (memoryOnly) {
     const Peer peer("127.60.0.2");
     memory(peer, table);
+    filesMemory(peer, table);
   } else if (streamOnly) {
     const Peer peer("127.60.0.1");
     stateStream(peer, table, quick ? 3.0 : 60.0);
+  } else if (filesOnly) {
+    const Peer peer("127.60.0.1");
+    files(peer, table, quick);
   } else {
     std::fflush(stdout);
     if (std::system(("'" + program.string() + "' --memory").c_str()) != 0) std::puts("memory: not measured");
@@ -64,6 +72,7 @@ int main(int argc, char** argv) try {
     linkLoss(peer, table);
     idleLink(peer, table);
     stateStream(peer, table, quick ? 3.0 : 60.0);
+    files(peer, table, quick);
   }
   std::filesystem::current_path("/");
   std::filesystem::remove_all(folder);
