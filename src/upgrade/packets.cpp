@@ -24,8 +24,8 @@ void putBigEndian(char* at, std::uint64_t value, std::size_t width) noexcept {
   for (; width != 0; value >>= 8) at[--width] = static_cast<char>(value & 0xff);
 }
 
-void putPacketHead(std::string& packet, char type) noexcept {
-  putBigEndian(packet.data(), packet.size() - packetHeadSize, 4);
+void putPacketHead(std::string& packet, std::uint64_t payloadSize, char type) noexcept {
+  putBigEndian(packet.data(), payloadSize, 4);
   packet[4] = type;
   packet[5] = 0;
 }
@@ -36,22 +36,21 @@ std::string jsonPacket(const Json::Value& value) {
   std::string packet(packetHeadSize, '\0');
   appendJson(packet, value);
   packet += '\n';
-  putPacketHead(packet, jsonType);
+  putPacketHead(packet, packet.size() - packetHeadSize, jsonType);
   return packet;
 }
 
-std::size_t packageRoom() noexcept { return nameAt + packageName.size(); }
-
 std::uint64_t maxPackageSize() noexcept {
-  return std::numeric_limits<std::uint32_t>::max() - (packageRoom() - packetHeadSize);
+  return std::numeric_limits<std::uint32_t>::max() - (nameAt - packetHeadSize + packageName.size());
 }
 
-void fillPackageHead(std::string& packet, const Md5::Value& md5) {
-  std::fill_n(packet.data(), packageRoom(), '\0');
-  putPacketHead(packet, fileType);
-  std::copy(md5.begin(), md5.end(), packet.data() + md5At);
-  putBigEndian(packet.data() + nameLengthAt, packageName.size(), 2);
-  packageName.copy(packet.data() + nameAt, packageName.size());
+std::string packageHead(std::uint64_t packageSize, const Md5::Value& md5) {
+  std::string head(nameAt, '\0');
+  head += packageName;
+  putPacketHead(head, head.size() - packetHeadSize + packageSize, fileType);
+  std::copy(md5.begin(), md5.end(), head.data() + md5At);
+  putBigEndian(head.data() + nameLengthAt, packageName.size(), 2);
+  return head;
 }
 
 Json::Value answerOf(std::string_view chunk) {

@@ -19,10 +19,8 @@ inline constexpr std::size_t packetHeadSize = 6;  // payload length, type, 0
 std::string jsonPacket(const Json::Value& value);
 
 // What stands in front of a package's bytes in its packet, and how large a package may be.
-std::size_t packageRoom() noexcept;
+std::string packageHead(std::uint64_t packageSize, const Md5::Value& md5);
 std::uint64_t maxPackageSize() noexcept;
-// Fills it in; the packet holds room and package.
-void fillPackageHead(std::string& packet, const Md5::Value& md5);
 
 // The JSON value that one chunk of an answer holds; null for anything else. Throws std::bad_alloc.
 Json::Value answerOf(std::string_view chunk);

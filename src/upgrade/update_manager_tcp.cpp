@@ -123,6 +123,11 @@ std::error_code UpdateManagerTcp::send(std::string&& packet, std::chrono::millis
                                        const Progress& progress) {
   const std::uint64_t total = packet.size();
   const TcpConnection link = client_.connection();
+  {
+    // A connection that was made after the conversation began isn't its own.
+    const std::lock_guard lock(inbox_->mutex);
+    if (inbox_->lost()) return make_error_code(Code::network);
+  }
   // Only queued here: a controller that answers and hangs up at once has taken it all the same.
   const SendReceipt receipt = link.send(std::move(packet), false);
   if (receipt.result != SendResult::accepted) return make_error_code(Code::network);

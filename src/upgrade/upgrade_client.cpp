@@ -4,6 +4,7 @@
 #include <optional>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include <zivra/error.h>
 
@@ -172,10 +173,9 @@ void UpgradeClient::upgrade(const std::string& path, std::error_code& ec) noexce
 }
 
 std::error_code UpgradeClient::sendPackage(const std::string& path) {
-  if (const std::error_code failure = ensureLink()) return failure;
-  const std::size_t room = packageRoom();
-  FileBytes file = readFile(path, maxPackageSize(), room);
-  switch (file.fault) {
+  if (const std::error_code unlinked = ensureLink()) return unlinked;
+  FileReader file;
+  switch (file.open(path, maxPackageSize())) {
     case FileFault::none:
       break;
     case FileFault::unopened:
@@ -187,17 +187,28 @@ std::error_code UpgradeClient::sendPackage(const std::string& path) {
     case FileFault::unread:
       return codeOf(failedToSend);
   }
-  fillPackageHead(file.bytes, file.md5);
+  // Read twice, because the digest goes first and memory for all of a package costs more than reading it.
+  std::vector<char> piece(filePieceSize);
+  Md5 md5;
+  while (file.left() != 0) {
+    const std::size_t size = file.read(piece.data(), piece.size());
+    if (size == 0) return codeOf(failedToSend);
+    md5.add(piece.data(), size);
+  }
+  if (!file.rewind()) return codeOf(failedToSend);
 
   tcp_.beginConversation();
-  const auto progress = [&](std::uint64_t done, std::uint64_t total) {
-    tell(done < room ? 0 : done - room, total - room);
-  };
-  if (const std::error_code failure = tcp_.send(std::move(file.bytes), limits_.stall, progress))
-    return failure;
+  std::error_code failure = tcp_.send(packageHead(file.size(), md5.value()), limits_.stall, {});
+  while (!failure && file.left() != 0) {
+    const std::size_t size = file.read(piece.data(), piece.size());
+    if (size == 0) return codeOf(failedToSend);
+    failure = tcp_.send({piece.data(), size}, limits_.stall, {});
+    if (!failure) tell(file.size() - file.left(), file.size());
+  }
+  if (failure) return failure;
   Json::Value first, second;
-  if (const std::error_code failure = readAnswer(first, limits_.firstAnswer)) return failure;
-  if (const std::error_code failure = readAnswer(second, limits_.secondAnswer)) return failure;
+  if ((failure = readAnswer(first, limits_.firstAnswer))) return failure;
+  if ((failure = readAnswer(second, limits_.secondAnswer))) return failure;
   if (!(hasMember(first, "s") && hasMember(second, "upgrade"))) first.swap(second);
   if (!(hasMember(first, "s") && hasMember(second, "upgrade"))) return codeOf(protocolError);
   tcp_.endConversation();
