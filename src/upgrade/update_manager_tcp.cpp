@@ -119,17 +119,15 @@ bool UpdateManagerTcp::endConversation() noexcept {
   return std::exchange(inbox_->conversing, false);
 }
 
-std::error_code UpdateManagerTcp::send(std::string&& packet, std::chrono::milliseconds limit,
-                                       const Progress& progress) {
-  const std::uint64_t total = packet.size();
+std::error_code UpdateManagerTcp::send(std::string&& packet, std::chrono::milliseconds limit, bool last) {
   const TcpConnection link = client_.connection();
   {
     // A connection that was made after the conversation began isn't its own.
     const std::lock_guard lock(inbox_->mutex);
     if (inbox_->lost()) return make_error_code(Code::network);
   }
-  // Only queued here: a controller that answers and hangs up at once has taken it all the same.
-  const SendReceipt receipt = link.send(std::move(packet), false);
+  // The last only queued here: a controller that answers and hangs up at once has taken it all the same.
+  const SendReceipt receipt = link.send(std::move(packet), !last);
   if (receipt.result != SendResult::accepted) return make_error_code(Code::network);
 
   std::optional<std::size_t> before;
@@ -143,7 +141,6 @@ std::error_code UpdateManagerTcp::send(std::string&& packet, std::chrono::millis
       before = left;
       deadline = std::chrono::steady_clock::now() + limit;
       inTime = true;
-      if (progress) progress(total - *left, total);
     }
     lock.lock();
     if (left == 0u) return {0, category()};

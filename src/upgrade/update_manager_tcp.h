@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,7 +19,6 @@ namespace zivra::internal {
 class UpdateManagerTcp {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
-  using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
   static constexpr std::uint32_t port = 4567;
 
   explicit UpdateManagerTcp(const LinkLimits& limits);
@@ -40,7 +38,8 @@ class UpdateManagerTcp {
   // False if there was none.
   bool endConversation() noexcept;
   // Returns once all of it is written: 256 if the connection ends, 263 if nothing goes out for `limit`.
-  std::error_code send(std::string&& packet, std::chrono::milliseconds limit, const Progress& progress);
+  // `last` is what the controller may answer to.
+  std::error_code send(std::string&& packet, std::chrono::milliseconds limit, bool last = true);
   // The oldest piece: 256 if there is none and the connection has ended, 263 if none comes in time.
   std::error_code read(std::string& piece, TimePoint deadline);
   // What is to be read next.

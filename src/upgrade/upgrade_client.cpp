@@ -198,11 +198,11 @@ std::error_code UpgradeClient::sendPackage(const std::string& path) {
   if (!file.rewind()) return codeOf(failedToSend);
 
   tcp_.beginConversation();
-  std::error_code failure = tcp_.send(packageHead(file.size(), md5.value()), limits_.stall, {});
+  std::error_code failure = tcp_.send(packageHead(file.size(), md5.value()), limits_.stall, false);
   while (!failure && file.left() != 0) {
     const std::size_t size = file.read(piece.data(), piece.size());
     if (size == 0) return codeOf(failedToSend);
-    failure = tcp_.send({piece.data(), size}, limits_.stall, {});
+    failure = tcp_.send({piece.data(), size}, limits_.stall, file.left() == 0);
     if (!failure) tell(file.size() - file.left(), file.size());
   }
   if (failure) return failure;
@@ -223,7 +223,7 @@ void UpgradeClient::exportBackup(const std::string& path, const std::set<BackupI
 std::error_code UpgradeClient::fetchBackup(const std::string& path, const std::set<BackupItem>& items) {
   if (const std::error_code failure = ensureLink()) return failure;
   tcp_.beginConversation();
-  if (const std::error_code failure = tcp_.send(jsonPacket(backupRequest(items)), limits_.stall, {}))
+  if (const std::error_code failure = tcp_.send(jsonPacket(backupRequest(items)), limits_.stall))
     return failure;
   Json::Value answer;
   if (const std::error_code failure = readAnswer(answer, limits_.backupAnswer)) return failure;

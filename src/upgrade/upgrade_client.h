@@ -37,7 +37,7 @@ struct UpgradeLimits {
 
 class UpgradeClient {
  public:
-  using Progress = UpdateManagerTcp::Progress;
+  using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
 
   explicit UpgradeClient(const UpgradeLimits& limits = {});
 
