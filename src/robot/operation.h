@@ -131,6 +131,11 @@ class Operation {
   void note(fmt::format_string<Args...> format, Args&&... args) noexcept {
     logOwn(service_.logger().get(), LogLevel::info, format, std::forward<Args>(args)...);
   }
+  // The same at error level.
+  template <class... Args>
+  void noteError(fmt::format_string<Args...> format, Args&&... args) noexcept {
+    logOwn(service_.logger().get(), LogLevel::error, format, std::forward<Args>(args)...);
+  }
 
  private:
   static std::string line(fmt::string_view format, fmt::format_args args) noexcept;

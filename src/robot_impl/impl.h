@@ -60,6 +60,10 @@ class BaseRobot::Impl {
 
   // Null before the first connection.
   std::shared_ptr<MotionControl<1>> motion() const;
+  // True once the robot was switched to program tasks.
+  bool hasRlTask() const;
+  void setTransferProgress(TransferProgress progress);
+  TransferProgress transferProgress() const;
   internal::Logger* logger() const;  // of the link; stays valid as long as this object
 
   // Type of the panel at the tool, asked for at first need; two threads may both ask.
@@ -94,9 +98,12 @@ class BaseRobot::Impl {
   Info info_;
   bool unanswering_ = false;  // the controller didn't answer when the robot was about to go
 
-  mutable std::mutex motionMutex_;  // guards the pointer
+  mutable std::mutex motionMutex_;  // guards the pointers
   std::shared_ptr<MotionControl<1>> motion_;
-  std::unique_ptr<MotionControl<2>> rlTask_;  // only within a turn
+  std::unique_ptr<MotionControl<2>> rlTask_;  // made once, within a turn
+
+  mutable std::mutex progressMutex_;
+  TransferProgress transferProgress_;
 
   std::mutex turnMutex_;
   std::condition_variable turnFree_;

@@ -60,7 +60,8 @@ void BaseRobot::Impl::switchMode(MotionControlMode wanted, std::error_code& ec) 
       break;
     case MotionControlMode::NrtRLTask:
       if (const auto control = motion()) control->_stop(entered);
-      if (!rlTask_) rlTask_ = std::make_unique<MotionControl<2>>(service);
+      if (const std::lock_guard lock(motionMutex_); !rlTask_)
+        rlTask_ = std::make_unique<MotionControl<2>>(service);
       break;
     case MotionControlMode::RtCommand:
       entered = enterRealTime(*service);
@@ -73,6 +74,11 @@ void BaseRobot::Impl::switchMode(MotionControlMode wanted, std::error_code& ec) 
   }
   if (!ec || entered) ec = entered;
   if (!ec) mode = wanted;
+}
+
+bool BaseRobot::Impl::hasRlTask() const {
+  const std::lock_guard lock(motionMutex_);
+  return rlTask_ != nullptr;
 }
 
 }  // namespace zivra

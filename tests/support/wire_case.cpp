@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "support/acknowledging_link.h"
 #include "support/damage.h"
 #include "support/temporary_folder.h"
 #include "support/waiting.h"
@@ -36,14 +37,20 @@ std::string frameOf(char form, const std::string& key, const std::string& payloa
 // One row against one controller.
 class Run {
  public:
-  explicit Run(const WireCase& row)
-      : row_(row), controller_(row.call.identity), robot_(row.call.connect(controller_.address())) {
+  explicit Run(const WireCase& row) : row_(row), controller_(row.call.identity) {
+    if (row.rules.fileLink) fileLink_.emplace(controller_.address());
+    robot_ = row.call.connect(controller_.address());
     // The last that a connection sends, and nobody waits for.
     EXPECT_TRUE(controller_.waitForRequest("move.last_error_with_setting", 2));
     robot_->setConnectionHandler([this](bool up) { link_.add(up); });
     for (const auto* others : {&row.rules.preceding, &row.rules.further}) {
       for (const auto& other : *others) controller_.answer(other.key, other.reply);
     }
+    if (row.rules.mode == MotionControlMode::Idle) return;
+    std::error_code ec;
+    robot_->setMotionControlMode(row.rules.mode, ec);
+    EXPECT_FALSE(ec) << ec.message();
+    robot_->powerState(ec);  // what nobody waits for was read before this one's answer came
   }
 
   void all() {
@@ -208,6 +215,7 @@ class Run {
   TemporaryFolder folder_;
   Heard<bool> link_;
   ScriptedController controller_;
+  std::optional<AcknowledgingLink> fileLink_;
   std::string id_;  // of the successful request
   std::unique_ptr<BaseRobot> robot_;
 };

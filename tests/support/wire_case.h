@@ -95,6 +95,10 @@ struct Rules {
   Rules&& then(char form, const char* key, const char* payload, const char* reply) && {
     return further.push_back({form, key, payload, reply}), std::move(*this);
   }
+  // The robot is switched to this mode first.
+  Rules&& inMode(MotionControlMode wanted) && { return mode = wanted, std::move(*this); }
+  // The controller has a file link, which acknowledges what comes.
+  Rules&& sendsFile() && { return fileLink = true, std::move(*this); }
 
   struct Further {
     char form;
@@ -110,6 +114,8 @@ struct Rules {
   std::string idPrefix;
   bool ownLog = false, deadLinkLogged = true, linesOfFailures = true;
   std::vector<Further> preceding, further;
+  MotionControlMode mode = MotionControlMode::Idle;
+  bool fileLink = false;
 };
 
 struct WireCase {
