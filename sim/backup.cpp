@@ -71,10 +71,11 @@ Files systemLog(World& world) {
   return {{"syslog", fmt::format("controller {} on {}\n", world.identity.version, world.identity.address)}};
 }
 
-Files uploads(World& world) {
-  if (!world.received) return {};
-  const auto& bytes = world.received->bytes;
-  return {{world.received->name, std::string(bytes.begin(), bytes.end())}};
+Files projects(World& world) {
+  Files files;
+  for (const auto& [name, project] : world.programs.projects.all())
+    for (const auto& [path, bytes] : filesOf(project)) files[name + '/' + path] = bytes;
+  return files;
 }
 
 Files nothing(World&) { return {}; }
@@ -83,7 +84,7 @@ using Item = Files (*)(World&);
 const std::map<std::string, Item>& items() {
   static const auto& all = *new std::map<std::string, Item>{
       {"interactive", settings}, {"robot_cfg", robotConfig}, {"log", controllerLog},
-      {"syslog", systemLog},     {"project", uploads},       {"historical_engineering", nothing},
+      {"syslog", systemLog},     {"project", projects},      {"historical_engineering", nothing},
       {"sdk_path", nothing},
   };
   return all;

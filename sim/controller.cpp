@@ -404,6 +404,20 @@ std::uint64_t Controller::datagramsSent() const { return core_->publisher.sent()
 
 std::vector<std::string> Controller::upgrades() const { return core_->upgradeService.packages(); }
 
+void Controller::putProject(const std::string& name, const std::map<std::string, std::string>& files) {
+  core_->change([&](World& w) {
+    if (!w.programs.projects.add(name, files, true))
+      throw std::invalid_argument("a project has a name, a .xml file and a task with a .mod program");
+  });
+}
+
+std::map<std::string, std::string> Controller::projectFiles(const std::string& name) const {
+  return core_->read([&](const World& w) {
+    const Project* project = w.programs.projects.find(name);
+    return project == nullptr ? FileTree() : filesOf(*project);
+  });
+}
+
 std::vector<double> Controller::jointPositions() const {
   return core_->read([](const World& w) { return w.motion.joints(); });
 }

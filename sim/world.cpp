@@ -1,5 +1,6 @@
 #include "world.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <fmt/format.h>
@@ -39,6 +40,8 @@ Identity identify(const Options& options) {
 // own to clients.
 constexpr int kFirstInverseError = -41, kLastInverseError = -33, kInverseErrorBase = -32;
 
+constexpr int kNeedsReset = -17320;  // a program has run
+
 bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLastInverseError; }
 
 }  // namespace
@@ -46,7 +49,9 @@ bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLa
 World::World(const Options& options)
     : identity(identify(options)),
       motion(Arm::make(robotModel(options.model).axes)),
-      userLog(options.language) {}
+      userLog(options.language) {
+  programs.projects.add("demo", demoProject(motion.arm()), true);
+}
 
 void World::boot() {
   powered_ = false;
@@ -65,6 +70,7 @@ void World::boot() {
   motion.setOverride(1.0);
   setToolset({});
   unfinished_.clear();
+  programs.runner = ProgramRunner();
   pushes.clear();
   ethercat.boot();
   note("the controller was started");
@@ -81,6 +87,7 @@ const char* World::modeText() const { return mode == OperateMode::automatic ? "a
 
 const char* World::stateText() const {
   if (taskSpace == TaskSpace::realTime) return "rci";
+  if (programs.runner.running()) return "program";
   if (motion.jogging()) return "joging";
   return motion.moving() ? "idleing" : "idle";
 }
@@ -209,8 +216,30 @@ int World::startJog(Jog jog) {
   return 0;
 }
 
+int World::startProgram() {
+  ProgramRunner& program = programs.runner;
+  if (!program.loaded()) return -60005;
+  if (program.running()) return -20;
+  if (const int code = motionRefusal(); code != 0) return code;
+  if (!program.atLine()) return -60014;
+  if (motion.pending() && !program.usesMotion()) return -18;  // moves of the client's wait to be continued
+  clearCollision();
+  program.start(*this);
+  return 0;
+}
+
+void World::forgetMoves() {
+  unfinished_.clear();
+  programs.runner.loseMoves();
+}
+
 int World::appendMoves(std::vector<Move> batch) {
   if (const int code = motionRefusal(); code != 0) return code;
+  if (programs.runner.needsReset()) {
+    // Clients read other codes than those of motionRefusal from notifications alone.
+    reportMoveError(batch.front(), kNeedsReset);
+    return kNeedsReset;
+  }
   std::vector<Unfinished> appended;
   for (const Move& move : batch) appended.push_back({move.id, move.custom, move.point});
   if (const int code = motion.append(std::move(batch)); code != 0) return code;
@@ -231,7 +260,12 @@ void World::reportMoveError(const Move& move, int code) {
 }
 
 void World::abortMotion(int code, const std::string& why) {
-  const bool wasBusy = motion.jogging() ? motion.queued() > 0 : motion.pending() || motion.moving();
+  ProgramRunner& program = programs.runner;
+  if (program.running()) log(code, "the program was stopped: " + why);
+  const bool movesOfClient = !program.usesMotion();
+  program.loseMoves();
+  const bool wasBusy =
+      movesOfClient && (motion.jogging() ? motion.queued() > 0 : motion.pending() || motion.moving());
   motion.halt();
   if (wasBusy) {
     MoveNotice notice;
@@ -249,9 +283,24 @@ void World::abortMotion(int code, const std::string& why) {
 void World::advance(double seconds) {
   ethercat.advance(seconds);
   time += seconds;
+  // In pieces while a program runs, so that what a line brings about begins when the line is reached.
+  do {
+    const bool program = programs.runner.running();
+    const double piece = program ? std::min(seconds, ProgramRunner::kLineTime) : seconds;
+    advanceMotion(piece);
+    programs.runner.advance(*this, piece);
+    seconds -= piece;
+  } while (seconds > 0);
+}
+
+void World::advanceMotion(double seconds) {
   for (const MoveNotice& notice : motion.advance(seconds)) {
     if (notice.jog) {
       log(notice.error, fmt::format("the jog ended before its step was done ({})", notice.error));
+      continue;
+    }
+    if (programs.runner.usesMotion()) {
+      programs.runner.notice(*this, notice);
       continue;
     }
     if (notice.error != 0) {

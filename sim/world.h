@@ -12,6 +12,7 @@
 #include "files.h"
 #include "motion/motion.h"
 #include "panel.h"
+#include "programs/programs.h"
 #include "rail.h"
 #include "registers.h"
 #include "robot_models.h"
@@ -68,6 +69,7 @@ class World {
   StateStream stream;
   double time = 0;  // s, simulated, since switching on
   bool teachPendant = true;
+  Programs programs;
   Restart restart = Restart::none;
   std::vector<Push> pushes;  // not handed out yet
   ToolStore tools;
@@ -79,7 +81,7 @@ class World {
   void boot();
 
   bool powered() const { return powered_; }
-  bool moving() const { return motion.moving(); }
+  bool moving() const { return motion.moving() || programs.runner.running(); }
   const char* powerText() const;
   const char* modeText() const;
   const char* stateText() const;
@@ -109,10 +111,11 @@ class World {
   void reportMoveError(const Move& move, int code);
   // Motion ends and the queue is gone; the client hears why if there was anything to do.
   void abortMotion(int code, const std::string& why);
-  void forgetMoves() { unfinished_.clear(); }
+  void forgetMoves();
+  int startProgram();  // 0 or the code of the refusal
 
   // Something happens without a request.
-  bool busy() const { return motion.moving() || (motion.started() && motion.pending()) || ethercat.busy(); }
+  bool busy() const { return moving() || (motion.started() && motion.pending()) || ethercat.busy(); }
   void advance(double seconds);
 
   void push(const std::string& key, Json::Value payload);
@@ -124,6 +127,7 @@ class World {
     std::string id, custom;
     int point;
   };
+  void advanceMotion(double seconds);
   void cutPower(int code, const std::string& why);
   void clearCollision();
   void notify(const MoveNotice& notice, const std::string& text);

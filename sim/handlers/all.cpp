@@ -55,6 +55,8 @@ const Handlers& allHandlers() {
     addAlarmHandlers(*h);
     addRebootHandlers(*h);
     addSignalHandlers(*h);
+    addProjectHandlers(*h);
+    addProjectFileHandlers(*h);
     addMoveHandlers(*h);
     addMotionSettingHandlers(*h);
     addJogHandlers(*h);

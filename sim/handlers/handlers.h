@@ -57,6 +57,8 @@ void addFrameHandlers(Handlers& h);
 void addAlarmHandlers(Handlers& h);
 void addRebootHandlers(Handlers& h);
 void addSignalHandlers(Handlers& h);
+void addProjectHandlers(Handlers& h);
+void addProjectFileHandlers(Handlers& h);
 void addMoveHandlers(Handlers& h);
 void addMotionSettingHandlers(Handlers& h);
 void addJogHandlers(Handlers& h);

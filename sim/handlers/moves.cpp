@@ -88,12 +88,17 @@ Reply appendMoves(World& w, MoveKind kind, const Json::Value& value, const std::
 
 Reply continueMoves(World& w, const Json::Value&) {
   if (!w.motion.pending()) return refuse(-1);
+  if (w.programs.runner.needsReset()) return refuse(-17320);
   if (const int code = w.motionRefusal(); code != 0) return refuse(code);
   return result(w.motion.start());
 }
 
 // Whatever moves the arm comes to rest; a jog ends by it. -1: nothing to pause, or it is stopping already.
 Reply pauseMoves(World& w, const Json::Value&) {
+  if (w.programs.runner.running()) {
+    w.programs.runner.pause(w);
+    return ok();
+  }
   if (w.motion.stopping()) return refuse(-1);
   if (w.motion.jogging()) {
     w.motion.stop();
@@ -117,6 +122,7 @@ Reply resetMoves(World& w, const Json::Value& parameter) {
   if (!parameter.isNull() && !remain) return badParameter();
   w.motion.reset(remain.value_or(false));
   w.forgetMoves();
+  w.programs.runner.queueWasReset();
   return ok();
 }
 

@@ -63,6 +63,7 @@ Reply runParameters(World& w, const Json::Value& parameter) {
   if (!parameter.isNull() && !parameter.isObject()) return badParameter();
   Json::Value value(Json::objectValue);
   if (parameter.isNull() || parameter.isMember("override")) value["override"] = w.motion.overrideRate();
+  if (parameter.isNull() || parameter.isMember("loop_mode")) value["loop_mode"] = w.programs.runner.loop;
   return answer(value);
 }
 

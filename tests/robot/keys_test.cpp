@@ -10,11 +10,11 @@ namespace zivra::test {
 
 namespace {
 
-// Frames with tests of their own: those of the connection, of the state stream and of file transfers, and one
+// Frames with tests of their own: those of the connection and of the state stream, and one
 // whose failures are all alike.
-const std::vector<std::string> besides = {
-    "c ix.sdk.transferInit", "g eci.port",      "s eci.ip",       "s eci.port",
-    "s eci.fields.out",      "c eci.pub.start", "c eci.pub.stop", "c modbusRTU.can.recv"};
+const std::vector<std::string> besides = {"g eci.port",          "s eci.ip",        "s eci.port",
+                                          "s eci.fields.out",    "c eci.pub.start", "c eci.pub.stop",
+                                          "c modbusRTU.can.recv"};
 
 // Answered by the simulated controller although the library has no operation for them yet.
 const std::vector<std::string> ahead = {};

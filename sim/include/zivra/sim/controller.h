@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -187,6 +188,14 @@ class ZIVRA_SIM_API Controller {
   void inject(const FileFault& fault);
   void inject(const UpgradeFault& fault);
   std::vector<std::string> upgrades() const;  ///< digests (MD5) of the packages taken, oldest first
+
+  // Program projects
+  /// Puts a project there, in place of one of that name: paths as in a project's zip file and their contents,
+  /// {{"project.xml", "..."}, {"task0/main.mod", "..."}}. Throws std::invalid_argument for what is no
+  /// project.
+  void putProject(const std::string& name, const std::map<std::string, std::string>& files);
+  /// The same of a project that is there; empty: there is none of that name.
+  std::map<std::string, std::string> projectFiles(const std::string& name) const;
 
   // What is going on
   std::vector<double> jointPositions() const;
