@@ -84,7 +84,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       page_log
       define_tool
       inverse_kinematics
-      record_motion)
+      record_motion
+      run_project)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -126,6 +127,7 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     CHECK --last "^heard 4 of moves, 0 of safety, 0 of programs, 1 of the log$"
     RUN $<TARGET_FILE:example_watch_events> @address@)
 
+
   zivra_program_test(define_tool THREADED MODEL tandi SIMULATOR --speed-factor 10
     CHECK --last "^tool and work object defined, 4 lines moved, toolset put back$"
     RUN $<TARGET_FILE:example_define_tool> @address@)
@@ -134,6 +136,15 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
   zivra_program_test(inverse_kinematics MODEL tandi
     CHECK --last "^[0-9]+ solutions, and each leads back to the pose$"
     RUN $<TARGET_FILE:example_inverse_kinematics> @address@)
+  set(run_project $<TARGET_FILE:example_run_project>)
+  zivra_program_test(run_project THREADED MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^ran square, 12 lines$" RUN ${run_project} @address@ ${PROJECT_BINARY_DIR}/examples/square.zip)
+  zivra_program_test(run_project_demo MODEL tandi SIMULATOR --speed-factor 10
+    CHECK --last "^ran demo, 9 lines$" RUN ${run_project} @address@)
+  zivra_program_test(run_project_no_project MODEL tandi
+    CHECK --code 1 --error "^run_project: import of none.zip: .*\\(-279\\)" RUN ${run_project} @address@ none.zip)
+  zivra_program_test(run_project_interrupted MODEL tandi
+    CHECK --interrupt-at "line 2" --code 130 --within 30 --error "interrupted" RUN ${run_project} @address@)
 
   # A pipe's keys come at once, and its end after them: the last one counts as held until the time of a release.
   # \133 is the bracket of an arrow key, which would keep CMake from taking the list apart.
@@ -229,6 +240,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       example_watch_events example_jog_keyboard example_survive_a_drop example_define_tool)
       example_watch_events example_jog_keyboard example_survive_a_drop example_record_motion)
       example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade)
+      example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade
+      example_run_project)
   endif()
 endif()
 
