@@ -18,6 +18,9 @@ class XService;
 /// wrong order with a negative code. Numbers whose unit isn't named are in the controller's measure and are
 /// judged by it. Out of range is 258, and nothing is sent; NaN isn't judged here.
 ///
+/// Each object shortens the wait of its own `waitCondition` only. An object that was moved from may be
+/// assigned to or destroyed, and nothing else.
+///
 /// Threads: one object serves one thread at a time; several objects may be used by several threads. Every
 /// operation blocks for at most 10 s, `waitCondition` longer.
 class ZIVRA_API BaseForceControl {
@@ -71,7 +74,7 @@ class ZIVRA_API BaseForceControl {
   /// @name Conditions that end a wait
   /// `timeout` is 1 to 600 s. Each condition can only shorten the limit of `waitCondition`.
   /// @{
-  /// Lower and upper force along x, y, z [N] ("eci.fc.set").
+  /// Lower and upper force along x, y, z [N]; met inside or outside of them ("eci.fc.set").
   void setForceCondition(const std::array<double, 6>& range, bool isInside, double timeout,
                          std::error_code& ec) noexcept;
   /// Lower and upper torque about x, y, z [Nm] ("eci.fc.set").
@@ -81,7 +84,8 @@ class ZIVRA_API BaseForceControl {
   void setPoseBoxCondition(const Frame& supervising_frame, const std::array<double, 6>& box, bool isInside,
                            double timeout, std::error_code& ec) noexcept;
   /// Waits until a condition is met or its time is over ("eci.fc.cond"): at most the shortest `timeout`
-  /// given, rounded up to seconds, and 5 s, or 10 minutes; then 263.
+  /// given, rounded up to seconds, and 5 s, or 10 minutes; then 263. Success doesn't tell which condition
+  /// ended the wait, nor whether one was met or its time was over.
   void waitCondition(std::error_code& ec) noexcept;
   /// @}
 
