@@ -418,6 +418,27 @@ std::map<std::string, std::string> Controller::projectFiles(const std::string& n
   });
 }
 
+void Controller::placeSurface(const std::array<double, 3>& point, const std::array<double, 3>& normal,
+                              double stiffness) {
+  const double length = std::hypot(normal[0], normal[1], normal[2]);
+  const bool finite = std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+  if (!finite || !std::isfinite(length) || length < 1e-6 || !std::isfinite(stiffness) || stiffness <= 0)
+    throw std::invalid_argument("a surface needs a point, a direction and a positive stiffness");
+  const Surroundings::Surface surface{
+      point, {normal[0] / length, normal[1] / length, normal[2] / length}, stiffness};
+  core_->change([&](World& w) { w.force.surroundings.surface = surface; });
+}
+
+void Controller::removeSurface() {
+  core_->change([](World& w) { w.force.surroundings.surface.reset(); });
+}
+
+void Controller::pushTool(const std::array<double, 6>& wrench) {
+  for (const double part : wrench)
+    if (!std::isfinite(part)) throw std::invalid_argument("a push must be of finite numbers");
+  core_->change([&](World& w) { w.force.surroundings.push = wrench; });
+}
+
 std::vector<double> Controller::jointPositions() const {
   return core_->read([](const World& w) { return w.motion.joints(); });
 }

@@ -35,6 +35,7 @@ usage: zivra-sim [options]
   --id TEXT             robot id (made from model and address)
   --version-reported V  controller version (3.1.2)
   --language L          english or chinese user log (english)
+  --surface Z           a level surface Z metres above the world's origin, for the tool to meet
   --verbose             print each frame
   --help                print this text
 
@@ -76,6 +77,7 @@ struct Settings {
   std::vector<UpgradeFault> upgradeFaults;
   int dropAfter = 0;
   double collideAfter = 0;  // s
+  std::optional<double> surface;
   bool verbose = false, help = false;
 };
 
@@ -128,6 +130,8 @@ Settings readArguments(int argc, char** argv) {
       if (name != "english" && name != "chinese")
         throw Usage(fmt::format("--language is english or chinese, not \"{}\"", name));
       options.language = name == "chinese" ? Language::chinese : Language::english;
+    } else if (option == "--surface") {
+      settings.surface = number(option, value(), -10.0, 10.0);
     } else if (option == "--id") {
       options.id = value();
     } else if (option == "--version-reported") {
@@ -177,6 +181,7 @@ int run(Settings settings) {
   running = &controller;
   for (const Fault& fault : settings.faults) controller.inject(fault);
   for (const UpgradeFault& fault : settings.upgradeFaults) controller.inject(fault);
+  if (settings.surface) controller.placeSurface({0, 0, *settings.surface}, {0, 0, 1});
   try {
     controller.start();
   } catch (const std::runtime_error& error) {

@@ -75,6 +75,7 @@ void World::boot() {
   ethercat.boot();
   note("the controller was started");
   incoming.reset();
+  force.boot(motion.arm().limits());
 }
 
 const char* World::powerText() const {
@@ -159,6 +160,7 @@ void World::clearCollision() {
 
 void World::clearAlarms() {
   safety.servoAlarm = false;
+  force.clearFault();
   clearCollision();
 }
 
@@ -202,6 +204,7 @@ int World::motionRefusal() const {
   if (mode != OperateMode::automatic) return -16;
   if (!powered_) return -17;
   if (taskSpace != TaskSpace::idle) return -18;
+  if (force.running()) return -41459;
   return 0;
 }
 
@@ -210,6 +213,7 @@ int World::startJog(Jog jog) {
   if (taskSpace != TaskSpace::idle) return -18;
   if (mode != OperateMode::manual) return -16;
   if (!powered_) return -17;
+  if (force.running()) return -41459;
   jog.world = inverse(baseFrame_);
   if (const int code = motion.jog(jog); code != 0) return code;
   clearCollision();
@@ -267,6 +271,7 @@ void World::abortMotion(int code, const std::string& why) {
   const bool wasBusy =
       movesOfClient && (motion.jogging() ? motion.queued() > 0 : motion.pending() || motion.moving());
   motion.halt();
+  force.abort(*this, code);
   if (wasBusy) {
     MoveNotice notice;
     if (!unfinished_.empty()) {
@@ -313,6 +318,7 @@ void World::advanceMotion(double seconds) {
     if (notice.finish && !unfinished_.empty()) unfinished_.pop_front();
     notify(notice, "started");
   }
+  force.advance(*this, seconds);
 }
 
 void World::notify(const MoveNotice& notice, const std::string& text) {

@@ -2,14 +2,17 @@
 // links and locks: whoever calls holds the world's mutex.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <json/json.h>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ethercat.h"
 #include "files.h"
+#include "force/force_control.h"
 #include "motion/motion.h"
 #include "panel.h"
 #include "programs/programs.h"
@@ -49,6 +52,13 @@ struct Push {
   Json::Value payload;
 };
 
+// An answer that comes later than its request: the handler gives a ticket in its place.
+using Ticket = std::uint64_t;
+struct LateAnswer {
+  Ticket ticket;
+  Json::Value value;
+};
+
 class World {
  public:
   explicit World(const Options& options);
@@ -75,6 +85,7 @@ class World {
   ToolStore tools;
   std::optional<IncomingFile> incoming;  // the latest that was announced and isn't here yet
   std::optional<ReceivedFile> received;  // the latest file of the file link, whole and with the right digest
+  ForceControl force;
 
   // As after switching on: power off, manual mode, no moves, default settings. What is mechanical (the
   // joints, the pressed button, the open gate) and what is stored (the base frame) stays.
@@ -115,12 +126,19 @@ class World {
   int startProgram();  // 0 or the code of the refusal
 
   // Something happens without a request.
-  bool busy() const { return moving() || (motion.started() && motion.pending()) || ethercat.busy(); }
+  bool busy() const {
+    return moving() || (motion.started() && motion.pending()) || ethercat.busy() || force.running();
+  }
   void advance(double seconds);
 
   void push(const std::string& key, Json::Value payload);
   void log(int code, const std::string& text);  // for the user's eyes: into the user log, and pushed
   void note(const std::string& text);           // into the user log only
+
+  Ticket takeTicket() { return ++lastTicket_; }
+  void answerLater(Ticket ticket, Json::Value value) { lateAnswers.push_back({ticket, std::move(value)}); }
+  std::vector<LateAnswer> lateAnswers;                        // not handed out yet
+  void abandon(Ticket ticket) { force.abandonWait(ticket); }  // its link has gone
 
  private:
   struct Unfinished {
@@ -133,6 +151,7 @@ class World {
   void notify(const MoveNotice& notice, const std::string& text);
 
   bool powered_ = false;
+  Ticket lastTicket_ = 0;  // 0 is none
   Pose baseFrame_;
   std::deque<Unfinished> unfinished_;  // commands that the client waits to hear of, in order
 };

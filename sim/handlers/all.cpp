@@ -74,6 +74,7 @@ const Handlers& allHandlers() {
     addEthercatHandlers(*h);
     addStreamHandlers(*h);
     addFileHandlers(*h);
+    addForceControlHandlers(*h);
     return h;
   }();
   return handlers;

@@ -26,7 +26,7 @@ std::optional<FrameFit> fitTool(const World& w, const Taught& taught) {
 }
 
 std::optional<FrameFit> fitThree(const World& w, const Taught& taught, bool held) {
-  const Pose tool = w.motion.tool();
+  const Pose tool = w.motion.toolInFlange();
   std::vector<Place> places;
   for (const Pose& flange : taught.flanges) {
     // What the robot holds it moves past a tool that stands in the world.

@@ -12,6 +12,7 @@ Reply setBaseFrame(World& w, const Json::Value& parameter) {
   const auto frame = readPose(parameter);
   if (!frame) return badParameter();
   if (w.moving()) return refuse(-20);
+  if (w.force.running()) return refuse(-41459);
   w.setBaseFrame(*frame);
   return ok();
 }

@@ -14,6 +14,7 @@ namespace zivra::sim {
 
 struct Reply {
   Json::Value value;
+  Ticket later = 0;  // not 0: the value comes with World::answerLater
 };
 
 inline Reply ok() { return {0}; }
@@ -21,6 +22,7 @@ inline Reply refuse(int code) { return {code}; }
 inline Reply result(int code) { return {code}; }  // 0 or a refusal
 inline Reply badParameter() { return refuse(-260); }
 inline Reply answer(Json::Value value) { return {std::move(value)}; }
+inline Reply later(Ticket ticket) { return {Json::Value(), ticket}; }
 
 using Handler = std::function<Reply(World&, const Json::Value& parameter)>;
 using BatchHandler = std::function<Reply(World&, const Json::Value& parameter, const std::string& requestId)>;
@@ -76,5 +78,6 @@ void addUserLogHandlers(Handlers& h);
 void addEthercatHandlers(Handlers& h);
 void addStreamHandlers(Handlers& h);
 void addFileHandlers(Handlers& h);
+void addForceControlHandlers(Handlers& h);
 
 }  // namespace zivra::sim

@@ -10,7 +10,9 @@ Reply jointPositions(World& w, const Json::Value&) { return answer(numbersJson(w
 
 Reply jointVelocities(World& w, const Json::Value&) { return answer(numbersJson(w.motion.velocities())); }
 
-Reply jointTorques(World& w, const Json::Value&) { return answer(numbersJson(w.torques())); }
+Reply jointTorques(World& w, const Json::Value&) {
+  return answer(numbersJson(w.force.torques(w, ForceControl::Frame::world).measured));
+}
 
 Reply position(const World& w, const Pose& pose) {
   Json::Value value = poseJson(pose);

@@ -274,11 +274,18 @@ Pose Motion::toolInReference() const {
   return toPose(core.reference.Inverse() * core.arm->forward(toVector(core.now)) * core.tool);
 }
 
-Pose Motion::tool() const { return toPose(core_->tool); }
 
 void Motion::setToolset(const Pose& tool, const Pose& reference) {
   core_->tool = toFrame(tool);
   core_->reference = toFrame(reference);
+}
+
+Pose Motion::toolInFlange() const { return toPose(core_->tool); }
+Pose Motion::referenceInBase() const { return toPose(core_->reference); }
+
+void Motion::yield(const Joints& joints, const Joints& velocities) {
+  core_->now = joints;
+  core_->velocities = velocities;
 }
 
 MotionDefaults& Motion::defaults() { return core_->defaults; }

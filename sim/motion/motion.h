@@ -156,7 +156,10 @@ class Motion {
   void setJoints(const Joints& joints);  // at once; clears the queue
   Pose toolInReference() const;          // the pose that the interface reports
   void setToolset(const Pose& tool, const Pose& reference);
-  Pose tool() const;  // in the flange
+  Pose toolInFlange() const;
+  Pose referenceInBase() const;
+  // Somebody else moves the arm; nothing may be queued.
+  void yield(const Joints& joints, const Joints& velocities);
 
   MotionDefaults& defaults();
 

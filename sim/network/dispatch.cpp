@@ -1,9 +1,9 @@
 #include "network/dispatch.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 
-#include "handlers/handlers.h"
 #include "network/json_text.h"
 
 namespace zivra::sim {
@@ -65,8 +65,7 @@ void Dispatch::frame(LinkId link, std::string_view text) {
     for (auto member = body.begin(); member != body.end(); ++member)
       answerKey(link, form, member.name(), *member, idText, answer);
   }
-  reply[letter] = std::move(answer.body);
-  send(link, writeJson(reply) + '\r', answer);
+  finish({link, letter, std::move(reply), std::move(answer)});
   collectPushes();
 }
 
@@ -81,24 +80,27 @@ void Dispatch::answerKey(LinkId link, char form, const std::string& key, const J
     answer.body[key] = hit.other->code;
     return;
   }
-  answer.body[key] = handle(link, form, key, parameter, id);
+  Reply reply = handle(link, form, key, parameter, id);
+  const bool replaced = hit.other && hit.other->kind == Fault::Kind::reply;
+  if (reply.later != 0 && !replaced) answer.later[reply.later] = key;
+  answer.body[key] = std::move(reply.value);
   if (!hit.other) return;
-  if (hit.other->kind == Fault::Kind::reply)
+  if (replaced)
     answer.body[key] = std::move(hit.reply);
   else
     answer.instead = std::move(hit.other);
 }
 
-Json::Value Dispatch::handle(LinkId link, char form, const std::string& key, const Json::Value& parameter,
-                             const std::string& id) {
+Reply Dispatch::handle(LinkId link, char form, const std::string& key, const Json::Value& parameter,
+                       const std::string& id) {
   const BatchHandler* handler = allHandlers().find(form, key);
-  if (handler == nullptr) return unknownKey(form);
+  if (handler == nullptr) return refuse(unknownKey(form));
   try {
-    const Reply reply = (*handler)(world_, parameter, id);
-    if (form == kWatch && reply.value == 0) return switchWatch(link, key, parameter.asBool());
-    return reply.value;
+    Reply reply = (*handler)(world_, parameter, id);
+    if (form == kWatch && reply.value == 0) return result(switchWatch(link, key, parameter.asBool()));
+    return reply;
   } catch (const std::exception&) {
-    return badParameter().value;  // whatever a client sends, the others' links must live
+    return badParameter();  // whatever a client sends, the others' links must live
   }
 }
 
@@ -108,6 +110,15 @@ int Dispatch::switchWatch(LinkId link, const std::string& key, bool on) {
     return 0;
   }
   return watches_[link].insert(key).second ? 0 : -305;
+}
+
+void Dispatch::finish(Unfinished unfinished) {
+  if (!unfinished.answer.later.empty()) {
+    unfinished_.push_back(std::move(unfinished));
+    return;
+  }
+  unfinished.reply[unfinished.letter] = std::move(unfinished.answer.body);
+  send(unfinished.link, writeJson(unfinished.reply) + '\r', unfinished.answer);
 }
 
 void Dispatch::send(LinkId link, const std::string& text, const Answer& answer) {
@@ -142,6 +153,16 @@ void Dispatch::collectPushes() {
     }
   }
   world_.pushes.clear();
+  for (LateAnswer& late : std::exchange(world_.lateAnswers, {})) {
+    const auto found = std::find_if(unfinished_.begin(), unfinished_.end(), [&](const Unfinished& waiting) {
+      return waiting.answer.later.contains(late.ticket);
+    });
+    if (found == unfinished_.end()) continue;  // its link has gone
+    Unfinished waiting = std::move(*found);
+    unfinished_.erase(found);
+    waiting.answer.body[waiting.answer.later.extract(late.ticket).mapped()] = std::move(late.value);
+    finish(std::move(waiting));
+  }
 }
 
 void Dispatch::post(Delivery delivery) { outbox_.push_back(std::move(delivery)); }
@@ -149,6 +170,14 @@ void Dispatch::post(Delivery delivery) { outbox_.push_back(std::move(delivery));
 void Dispatch::forget(LinkId link) {
   std::lock_guard lock(worldMutex_);
   watches_.erase(link);
+  for (auto waiting = unfinished_.begin(); waiting != unfinished_.end();) {
+    const auto next = std::next(waiting);
+    if (waiting->link == link) {
+      for (const auto& [ticket, key] : waiting->answer.later) world_.abandon(ticket);
+      unfinished_.erase(waiting);
+    }
+    waiting = next;
+  }
 }
 
 std::vector<Delivery> Dispatch::takeDeliveries() {

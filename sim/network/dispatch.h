@@ -5,6 +5,7 @@
 #include <deque>
 #include <functional>
 #include <json/json.h>
+#include <list>
 #include <map>
 #include <mutex>
 #include <set>
@@ -12,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "handlers/handlers.h"
 #include "network/faults.h"
 #include "network/server.h"
 #include "world.h"
@@ -29,7 +31,7 @@ class Dispatch {
   void forget(LinkId link);
   std::vector<Delivery> takeDeliveries();
 
-  void collectPushes();          // locked: hands the world's pushes to those who watch
+  void collectPushes();          // locked: hands the world's pushes and late answers to those concerned
   void post(Delivery delivery);  // locked
   const std::deque<std::string>& requests() const { return requests_; }  // locked
   bool hasDeliveries() const { return !outbox_.empty(); }                // locked
@@ -38,19 +40,29 @@ class Dispatch {
   struct Answer {
     Json::Value body{Json::objectValue};
     std::chrono::milliseconds delay{0};
-    std::optional<Fault> instead;  // mute, drop or garbage
+    std::optional<Fault> instead;         // mute, drop or garbage
+    std::map<Ticket, std::string> later;  // keys whose values are still to come
+  };
+  // A reply that can't go out yet.
+  struct Unfinished {
+    LinkId link;
+    std::string letter;
+    Json::Value reply;
+    Answer answer;
   };
   void answerKey(LinkId link, char form, const std::string& key, const Json::Value& parameter,
                  const std::string& id, Answer& answer);
-  Json::Value handle(LinkId link, char form, const std::string& key, const Json::Value& parameter,
-                     const std::string& id);
+  Reply handle(LinkId link, char form, const std::string& key, const Json::Value& parameter,
+               const std::string& id);
   int switchWatch(LinkId link, const std::string& key, bool on);
+  void finish(Unfinished unfinished);
   void send(LinkId link, const std::string& text, const Answer& answer);
 
   World& world_;
   std::mutex& worldMutex_;
   Faults& faults_;
   std::map<LinkId, std::set<std::string>> watches_;
+  std::list<Unfinished> unfinished_;
   std::vector<Delivery> outbox_;
   std::deque<std::string> requests_;
 };

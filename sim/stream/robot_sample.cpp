@@ -35,7 +35,7 @@ RobotSample sampleRobot(const World& world, const std::optional<RobotSample>& pr
   sample.q = motion.joints();
   sample.dq = motion.velocities();
   sample.pose = motion.toolInReference();
-  sample.torque = motion.arm().gravityTorques(sample.q);
+  sample.torque = world.force.torques(world, ForceControl::Frame::world).measured;
   sample.filteredTorque = sample.torque;
   sample.ddq.assign(sample.q.size(), 0.0);
   sample.torqueRate.assign(sample.torque.size(), 0.0);

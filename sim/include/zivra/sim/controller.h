@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -196,6 +197,15 @@ class ZIVRA_SIM_API Controller {
   void putProject(const std::string& name, const std::map<std::string, std::string>& files);
   /// The same of a project that is there; empty: there is none of that name.
   std::map<std::string, std::string> projectFiles(const std::string& name) const;
+
+  // What the tool meets, in the world
+  /// A flat surface through `point` [m] whose `normal` points out of it, with a `stiffness` [N/m]; throws
+  /// std::invalid_argument for numbers that make none.
+  void placeSurface(const std::array<double, 3>& point, const std::array<double, 3>& normal,
+                    double stiffness = 10000);
+  void removeSurface();
+  /// From now on somebody pushes the tool: force [N] and torque [Nm] at its tip; zeros: no longer.
+  void pushTool(const std::array<double, 6>& wrench);
 
   // What is going on
   std::vector<double> jointPositions() const;
