@@ -85,7 +85,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       define_tool
       inverse_kinematics
       record_motion
-      run_project)
+      run_project
+      search_contact)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -145,6 +146,14 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     CHECK --code 1 --error "^run_project: import of none.zip: .*\\(-279\\)" RUN ${run_project} @address@ none.zip)
   zivra_program_test(run_project_interrupted MODEL tandi
     CHECK --interrupt-at "line 2" --code 130 --within 30 --error "interrupted" RUN ${run_project} @address@)
+  set(search_contact $<TARGET_FILE:example_search_contact>)
+  zivra_program_test(search_contact THREADED MODEL tandi SIMULATOR --speed-factor 10 --surface 0.3
+    CHECK --last "^contact at z 0\\.(299|300|298) m, 0\\.09[0-9] m below, with ([6-9]|1[0-5]) N$"
+    RUN ${search_contact} @address@)
+  zivra_program_test(search_contact_in_vain MODEL tandi SIMULATOR --speed-factor 20
+    CHECK --code 1 --within 40 --error "no contact within 20 s" RUN ${search_contact} @address@)
+  zivra_program_test(search_contact_interrupted THREADED MODEL tandi
+    CHECK --interrupt-at "^searching" --code 130 --within 40 --error "interrupted" RUN ${search_contact} @address@)
 
   # A pipe's keys come at once, and its end after them: the last one counts as held until the time of a release.
   # \133 is the bracket of an arrow key, which would keep CMake from taking the list apart.
@@ -242,6 +251,7 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade)
       example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade
       example_run_project)
+      example_watch_events example_jog_keyboard example_survive_a_drop example_search_contact)
   endif()
 endif()
 
