@@ -10,8 +10,8 @@ namespace zivra::test {
 
 namespace {
 
-// Frames with tests of their own: those of the connection and of the state stream, and one
-// whose failures are all alike.
+// Frames with tests of their own: those of the connection and of the state stream, and one whose failures are
+// all alike.
 const std::vector<std::string> besides = {"g eci.port",          "s eci.ip",        "s eci.port",
                                           "s eci.fields.out",    "c eci.pub.start", "c eci.pub.stop",
                                           "c modbusRTU.can.recv"};
