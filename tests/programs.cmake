@@ -245,13 +245,21 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     CHECK --code 1 --within 20 --error "float_single is no array of int" RUN ${registers} @address@ float_single)
 
   if(TARGET zivra_threaded_tests)
-    add_dependencies(zivra_threaded_tests zivra_sim_program example_first_move example_jog_and_pause
-      example_watch_events example_jog_keyboard example_survive_a_drop example_define_tool)
-      example_watch_events example_jog_keyboard example_survive_a_drop example_record_motion)
-      example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade)
-      example_watch_events example_jog_keyboard example_survive_a_drop example_make_backup example_send_upgrade
-      example_run_project)
-      example_watch_events example_jog_keyboard example_survive_a_drop example_search_contact)
+    foreach(example
+        first_move
+        jog_and_pause
+        watch_events
+        jog_keyboard
+        survive_a_drop
+        define_tool
+        record_motion
+        make_backup
+        send_upgrade
+        run_project
+        search_contact)
+      add_dependencies(zivra_threaded_tests example_${example})
+    endforeach()
+    add_dependencies(zivra_threaded_tests zivra_sim_program)
   endif()
 endif()
 
