@@ -5,9 +5,9 @@ namespace zivra::test {
 
 namespace {
 
-class Services : public SystemTest {
+class SignalsAndRail : public SystemTest {
  protected:
-  Services() : controller_(startController()), robot_(address()) {}
+  SignalsAndRail() : controller_(startController()), robot_(address()) {}
 
   void expectDone(const char* what) { EXPECT_FALSE(ec_) << what << ": " << ec_.message(); }
   void expectRefused(int code, const char* text) {
@@ -27,7 +27,7 @@ class Services : public SystemTest {
   std::error_code ec_;
 };
 
-TEST_F(Services, OutputsAreReadBackAndSeenInTheStateList) {
+TEST_F(SignalsAndRail, OutputsAreReadBackAndSeenInTheStateList) {
   robot_.setDO(0, 2, true, ec_);
   expectDone("set");
   EXPECT_TRUE(robot_.getDO(0, 2, ec_));
@@ -55,7 +55,7 @@ TEST_F(Services, OutputsAreReadBackAndSeenInTheStateList) {
   EXPECT_EQ(ec_, Code::responseUnresolved);
 }
 
-TEST_F(Services, SystemSignalsShowTheState) {
+TEST_F(SignalsAndRail, SystemSignalsShowTheState) {
   robot_.setDO(0, 7, true, ec_);
   EXPECT_EQ(ec_.value(), -14501);
   EXPECT_FALSE(robot_.getDO(0, 7, ec_));
@@ -74,7 +74,7 @@ TEST_F(Services, SystemSignalsShowTheState) {
   EXPECT_FALSE(robot_.getDO(0, 7, ec_));
 }
 
-TEST_F(Services, SimulationHidesTheTerminals) {
+TEST_F(SignalsAndRail, SimulationHidesTheTerminals) {
   controller_.setDigitalInput(0, 3, true);
   EXPECT_TRUE(robot_.getDI(0, 3, ec_));
   robot_.setDI(0, 3, false, ec_);
@@ -88,7 +88,7 @@ TEST_F(Services, SimulationHidesTheTerminals) {
   EXPECT_TRUE(robot_.getDI(0, 3, ec_));
 }
 
-TEST_F(Services, RegistersKeepWhatIsWritten) {
+TEST_F(SignalsAndRail, RegistersKeepWhatIsWritten) {
   robot_.writeRegister("int_array", 2, -5, ec_);
   expectDone("int");
   robot_.writeRegister("float_array", 0, {0.1f, 2.0f}, ec_);
@@ -125,7 +125,7 @@ TEST_F(Services, RegistersKeepWhatIsWritten) {
   EXPECT_EQ(speeds, (std::vector<float>{1.5f, 2.5f}));
 }
 
-TEST_F(Services, TheRailIsSetAndShownAsAnAxis) {
+TEST_F(SignalsAndRail, TheRailIsSetAndShownAsAnAxis) {
   robot_.setRailParameter("maxSpeed", 0.5, ec_);
   expectDone("speed");
   robot_.setRailParameter("softLimit", {-1.5, 1.25}, ec_);
@@ -163,7 +163,7 @@ TEST_F(Services, TheRailIsSetAndShownAsAnAxis) {
   EXPECT_EQ(rail<Frame>("baseFrame").trans, frame.trans);
 }
 
-TEST_F(Services, ARestartSwitchesOutputsOffAndKeepsWhatIsStored) {
+TEST_F(SignalsAndRail, ARestartSwitchesOutputsOffAndKeepsWhatIsStored) {
   Heard<bool> told;
   robot_.setConnectionHandler([&](bool up) { told.add(up); });
   robot_.setDO(0, 1, true, ec_);
