@@ -1,5 +1,6 @@
 #include "zivra/sim/controller.h"
 
+#include <algorithm>
 #include <cmath>
 #include <condition_variable>
 #include <fmt/format.h>
@@ -354,6 +355,32 @@ void Controller::pressPanelKey(int key, bool pressed) {
 void Controller::setModbusInput(int address, std::uint16_t value) {
   if (address < 0 || address > 255) throw std::out_of_range("the Modbus slave has the addresses 0 to 255");
   core_->change([&](World& w) { w.panel.input[static_cast<std::size_t>(address)] = value; });
+}
+
+bool Controller::guidedByHand() const {
+  return core_->read([](const World& w) { return w.guiding.on(); });
+}
+
+void Controller::guideByHand(const std::vector<std::vector<double>>& points, double seconds) {
+  const std::size_t axes = core_->world.identity.model.axes;  // never changes
+  for (const auto& point : points) {
+    if (point.size() != axes ||
+        !std::all_of(point.begin(), point.end(), [](double angle) { return std::isfinite(angle); })) {
+      throw std::invalid_argument(fmt::format("a point needs {} finite axis angles", axes));
+    }
+  }
+  if (!(seconds > 0 && std::isfinite(seconds))) throw std::invalid_argument("a hand needs time");
+  core_->change([&](World& w) { w.guiding.lead(points, seconds, w.motion); });
+}
+
+bool Controller::touch(double newtons) {
+  bool noticed = false;
+  core_->change([&](World& w) { noticed = w.protection.touch(w, newtons); });
+  return noticed;
+}
+
+void Controller::setTorqueDrift(std::size_t axis, double newtonMetres) {
+  core_->change([&](World& w) { w.protection.torqueDrift.at(axis) = newtonMetres; });
 }
 
 void Controller::setDigitalInput(unsigned board, unsigned port, bool state) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <fmt/format.h>
 
 namespace zivra::sim {
@@ -40,7 +41,8 @@ Identity identify(const Options& options) {
 // own to clients.
 constexpr int kFirstInverseError = -41, kLastInverseError = -33, kInverseErrorBase = -32;
 
-constexpr int kNeedsReset = -17320;  // a program has run
+constexpr int kNeedsReset = -17320;    // a program has run
+constexpr double kTolerableDrift = 5;  // Nm: with more the arm would move away under the hand
 
 bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLastInverseError; }
 
@@ -49,7 +51,8 @@ bool isInverseError(int code) { return code >= kFirstInverseError && code <= kLa
 World::World(const Options& options)
     : identity(identify(options)),
       motion(Arm::make(robotModel(options.model).axes)),
-      userLog(options.language) {
+      userLog(options.language),
+      protection(motion.mechanicalArm().limits()) {
   programs.projects.add("demo", demoProject(motion.arm()), true);
 }
 
@@ -64,6 +67,8 @@ void World::boot() {
   signals.boot();
   stream.boot(identity.statePort);
   time = 0;
+  guiding.boot();
+  protection.boot();
   motion.halt();
   motion.reset(false);
   motion.defaults() = MotionDefaults{};
@@ -89,6 +94,7 @@ const char* World::modeText() const { return mode == OperateMode::automatic ? "a
 const char* World::stateText() const {
   if (taskSpace == TaskSpace::realTime) return "rci";
   if (programs.runner.running()) return "program";
+  if (guiding.on()) return "drag";
   if (motion.jogging()) return "joging";
   return motion.moving() ? "idleing" : "idle";
 }
@@ -146,13 +152,18 @@ void World::raiseServoAlarm() {
 }
 
 void World::collide() {
-  safety.collided = true;
   abortMotion(-50401, "collision");
+  noteCollision();
+}
+
+void World::noteCollision() {
+  safety.collided = true;
   push("safety.event.collision", true);
   log(-50401, "collision");
 }
 
 void World::clearCollision() {
+  protection.forgetRetreat();
   if (!safety.collided) return;
   safety.collided = false;
   push("safety.event.collision", false);
@@ -201,6 +212,7 @@ Joints World::torques() const {
 
 int World::motionRefusal() const {
   if (safety.estopLatched) return -3;
+  if (guiding.on()) return -18;
   if (mode != OperateMode::automatic) return -16;
   if (!powered_) return -17;
   if (taskSpace != TaskSpace::idle) return -18;
@@ -210,7 +222,7 @@ int World::motionRefusal() const {
 
 int World::startJog(Jog jog) {
   if (safety.estopLatched) return -3;
-  if (taskSpace != TaskSpace::idle) return -18;
+  if (taskSpace != TaskSpace::idle || guiding.on()) return -18;
   if (mode != OperateMode::manual) return -16;
   if (!powered_) return -17;
   if (force.running()) return -41459;
@@ -252,6 +264,15 @@ int World::appendMoves(std::vector<Move> batch) {
   return 0;
 }
 
+int World::continueMoves() {
+  if (!motion.pending()) return -1;
+  if (programs.runner.needsReset()) return kNeedsReset;
+  if (const int code = motionRefusal(); code != 0) return code;
+  if (const int code = motion.start(); code != 0) return code;
+  clearCollision();
+  return 0;
+}
+
 void World::reportMoveError(const Move& move, int code) {
   MoveNotice notice;
   notice.id = move.id;
@@ -263,14 +284,20 @@ void World::reportMoveError(const Move& move, int code) {
   log(code, text);
 }
 
-void World::abortMotion(int code, const std::string& why) {
+void World::abortMotion(int code, const std::string& why, Ending ending) {
   ProgramRunner& program = programs.runner;
   if (program.running()) log(code, "the program was stopped: " + why);
   const bool movesOfClient = !program.usesMotion();
   program.loseMoves();
   const bool wasBusy =
       movesOfClient && (motion.jogging() ? motion.queued() > 0 : motion.pending() || motion.moving());
-  motion.halt();
+  leaveGuiding();
+  protection.forgetRetreat();
+  if (ending == Ending::soft) {
+    motion.reset(false);
+  } else {
+    motion.halt();
+  }
   force.abort(*this, code);
   if (wasBusy) {
     MoveNotice notice;
@@ -283,6 +310,37 @@ void World::abortMotion(int code, const std::string& why) {
     notify(notice, why);
   }
   unfinished_.clear();
+}
+
+int World::startGuiding(bool realTime, Guiding::Freedom freedom) {
+  if (safety.estopLatched) return -3;
+  if (realTime != (taskSpace == TaskSpace::realTime)) return -18;
+  if (moving()) return -20;
+  if (motion.pending()) return -18;
+  if (force.running()) return -41459;
+  if (realTime && !powered_) return -515;
+  if (!realTime && mode != OperateMode::manual) return -16;
+  if (!realTime && !guiding.on() && (powered_ || safety.gateOpen || safety.servoAlarm)) return -515;
+  for (const double drift : protection.torqueDrift) {
+    if (std::abs(drift) > kTolerableDrift) return -10040;
+  }
+  clearCollision();
+  powered_ = true;
+  guiding.begin(freedom);
+  return 0;
+}
+
+int World::endGuiding(bool realTime) {
+  if (realTime != (taskSpace == TaskSpace::realTime)) return -18;
+  leaveGuiding();
+  return 0;
+}
+
+void World::leaveGuiding() {
+  if (!guiding.on()) return;
+  motion.halt();
+  guiding.end(-342);
+  if (taskSpace == TaskSpace::idle) powered_ = false;
 }
 
 void World::advance(double seconds) {
@@ -318,7 +376,9 @@ void World::advanceMotion(double seconds) {
     if (notice.finish && !unfinished_.empty()) unfinished_.pop_front();
     notify(notice, "started");
   }
+  protection.advance(*this);
   force.advance(*this, seconds);
+  guiding.advance(*this, seconds);
 }
 
 void World::notify(const MoveNotice& notice, const std::string& text) {

@@ -13,9 +13,11 @@
 #include "ethercat.h"
 #include "files.h"
 #include "force/force_control.h"
+#include "guiding.h"
 #include "motion/motion.h"
 #include "panel.h"
 #include "programs/programs.h"
+#include "protection.h"
 #include "rail.h"
 #include "registers.h"
 #include "robot_models.h"
@@ -75,6 +77,8 @@ class World {
   WallClock clock;
   UserLog userLog;
   EthercatBus ethercat;
+  Guiding guiding;
+  Protection protection;
   std::string localAddress;  // where the client wants its state datagrams
   StateStream stream;
   double time = 0;  // s, simulated, since switching on
@@ -92,7 +96,7 @@ class World {
   void boot();
 
   bool powered() const { return powered_; }
-  bool moving() const { return motion.moving() || programs.runner.running(); }
+  bool moving() const { return motion.moving() || programs.runner.running() || guiding.moving(); }
   const char* powerText() const;
   const char* modeText() const;
   const char* stateText() const;
@@ -106,6 +110,7 @@ class World {
   void openGate(bool open);
   void raiseServoAlarm();
   void collide();
+  void noteCollision();  // and tells of it
   void clearAlarms();
 
   const Pose& baseFrame() const { return baseFrame_; }
@@ -119,15 +124,25 @@ class World {
   int startJog(Jog jog);  // 0 or the code of the refusal
   // 0 or the code of a refusal; a move that can't be planned is accepted and reported when its turn comes.
   int appendMoves(std::vector<Move> batch);
+  int continueMoves();  // 0 or the code of a refusal
   void reportMoveError(const Move& move, int code);
-  // Motion ends and the queue is gone; the client hears why if there was anything to do.
-  void abortMotion(int code, const std::string& why);
+  // Motion ends, at once or as fast as the arm can without a jerk, and the queue is gone; the client hears
+  // why if there was anything to do.
+  enum class Ending { atOnce, soft };
+  void abortMotion(int code, const std::string& why, Ending ending = Ending::atOnce);
   void forgetMoves();
   int startProgram();  // 0 or the code of the refusal
 
+  // 0 or the code of the refusal. In real time the motors are on before and after; otherwise guiding switches
+  // them.
+  int startGuiding(bool realTime, Guiding::Freedom freedom);
+  int endGuiding(bool realTime);
+  void leaveGuiding();
+
   // Something happens without a request.
   bool busy() const {
-    return moving() || (motion.started() && motion.pending()) || ethercat.busy() || force.running();
+    return moving() || (motion.started() && motion.pending()) || ethercat.busy() || force.running() ||
+           guiding.busy();
   }
   void advance(double seconds);
 

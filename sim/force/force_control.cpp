@@ -69,8 +69,8 @@ int ForceControl::init(const World& w, Frame frame) {
   if (failed_) return kModuleFailed;
   if (running()) return kUnfinished;
   if (!w.powered()) return kNoPower;
-  if (w.moving() || w.motion.pending()) return kMovesUnfinished;
-  if (!softLimitsOn) return kSoftLimitsOff;
+  if (w.moving() || w.motion.pending() || w.guiding.on()) return kMovesUnfinished;
+  if (!w.protection.softLimitsOn()) return kSoftLimitsOff;
   const Pose tool = w.motion.toolInFlange();
   if (std::hypot(tool.trans[0], tool.trans[1], tool.trans[2]) > kLongestTool) return kToolTooLong;
   const std::size_t axes = w.motion.arm().axes();
@@ -93,8 +93,8 @@ int ForceControl::start(const World& w) {
   if (running()) return kUnfinished;
   if (state_ == State::stopped) return kStopped;
   if (state_ == State::idle || load_.mass < 0 || load_.mass > kHeaviestLoad) return kModelError;
-  if (w.moving() || w.motion.pending()) return kUnfinished;
-  if (!softLimitsOn) return kSoftLimitsOff;
+  if (w.moving() || w.motion.pending() || w.guiding.on()) return kUnfinished;
+  if (!w.protection.softLimitsOn()) return kSoftLimitsOff;
   const Placement placement(w.motion, w.baseFrame());
   rest_ = toPose(placement.tool);
   axes_ = axesOf(w, placement, frame_);

@@ -67,7 +67,6 @@ class ForceControl {
   };
 
   Surroundings surroundings;
-  bool softLimitsOn = true;
 
   // All of these give 0 or the code of the refusal.
   int init(const World& w, Frame frame);

@@ -162,7 +162,8 @@ ForceControl::Torques ForceControl::torques(const World& w, Frame frame) const {
   carried << weight.x(), weight.y(), weight.z(), moment.x(), moment.y(), moment.z();
   // The load told to force control stands for that of the tool in force.
   const Joints held = load_.mass > 0 ? w.motion.arm().gravityTorques(w.motion.joints()) : w.torques();
-  torques.measured = toJoints(toVector(held) + placement.atFlange.transpose() * carried - outside);
+  torques.measured = toJoints(toVector(held) + toVector(w.protection.torqueDrift) +
+                              placement.atFlange.transpose() * carried - outside);
   torques.cartesian = toSix(turned(toFrame(axesOf(w, placement, frame)).M,
                                    frame == Frame::tool ? wrench : placement.aboutFlange(wrench)));
   return torques;

@@ -65,6 +65,8 @@ const Handlers& allHandlers() {
     addPanelHandlers(*h);
     addToolHandlers(*h);
     addKinematicsHandlers(*h);
+    addGuidingHandlers(*h);
+    addSafetyHandlers(*h);
     addWatchHandlers(*h);
     addRegisterHandlers(*h);
     addRailHandlers(*h);

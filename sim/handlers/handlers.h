@@ -69,6 +69,8 @@ void addSingularityHandlers(Handlers& h);
 void addPanelHandlers(Handlers& h);
 void addToolHandlers(Handlers& h);
 void addKinematicsHandlers(Handlers& h);
+void addGuidingHandlers(Handlers& h);
+void addSafetyHandlers(Handlers& h);
 void addWatchHandlers(Handlers& h);
 void addRegisterHandlers(Handlers& h);
 void addRailHandlers(Handlers& h);

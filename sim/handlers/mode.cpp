@@ -12,7 +12,7 @@ Reply switchMode(World& w, const Json::Value& parameter) {
   const auto text = readText(parameter);
   if (text != "auto" && text != "manual") return badParameter();
   if (w.moving()) return refuse(-20);
-  if (w.taskSpace != TaskSpace::idle) return refuse(-18);
+  if (w.taskSpace != TaskSpace::idle || w.guiding.on()) return refuse(-18);
   if (w.force.running()) return refuse(-41459);
   w.mode = text == "auto" ? OperateMode::automatic : OperateMode::manual;
   return ok();
@@ -27,6 +27,7 @@ Reply enableRealTime(World& w, const Json::Value& parameter) {
   if (w.safety.collided) return refuse(-28709);
   if (!w.powered()) return refuse(-17);
   if (w.moving()) return refuse(-20);
+  if (w.guiding.on()) return refuse(-18);
   if (w.motion.pending()) return refuse(-28706);  // moves wait to be continued
   if (w.force.running()) return refuse(-41459);
   w.taskSpace = TaskSpace::realTime;
@@ -34,6 +35,7 @@ Reply enableRealTime(World& w, const Json::Value& parameter) {
 }
 
 Reply disableRealTime(World& w, const Json::Value&) {
+  w.leaveGuiding();
   w.taskSpace = TaskSpace::idle;
   return ok();
 }

@@ -31,15 +31,23 @@ bool readTrajectory(const Json::Value& trajectory, Move& move) {
          readOptional(trajectory, "rot_speed", move.rotSpeed);
 }
 
-bool readBody(const Json::Value& body, std::size_t axes, Move& move) {
+bool readReplay(const World& w, const Json::Value& body, Move& move) {
+  const auto name = readText(member(body, "name"));
+  const auto rate = readNumber(member(body, "rate"));
+  if (!name || !rate) return false;
+  move.path = w.guiding.recorder.path(*name);
+  move.rate = *rate;
+  return true;
+}
+
+bool readBody(const World& w, const Json::Value& body, Move& move) {
   if (!body.isObject()) return false;
   if (move.kind == MoveKind::wait) {
     const auto seconds = readNumber(member(body, "time"));
     move.waitSeconds = seconds.value_or(-1);
     return move.waitSeconds >= 0;
   }
-  if (move.kind == MoveKind::replay)
-    return readText(member(body, "name")) && readNumber(member(body, "rate"));
+  if (move.kind == MoveKind::replay) return readReplay(w, body, move);
   if (const Json::Value& custom = member(body, "custom"); !custom.isNull()) {
     if (!custom.isString()) return false;
     move.custom = custom.asString();
@@ -50,6 +58,7 @@ bool readBody(const Json::Value& body, std::size_t axes, Move& move) {
     const auto joints = readNumbers(point, 0);
     if (!joints) return false;
     move.joints = *joints;
+    const std::size_t axes = w.motion.arm().axes();
     if (move.joints.size() > axes) move.joints.resize(axes);  // what follows is for external axes
     return true;
   }
@@ -80,18 +89,13 @@ Reply appendMoves(World& w, MoveKind kind, const Json::Value& value, const std::
     Move next = move;
     next.point = static_cast<int>(i);
     next.lastOfBatch = i + 1 == count;
-    if (!readBody(many ? path[i] : value, w.motion.arm().axes(), next)) return malformed(w, next);
+    if (!readBody(w, many ? path[i] : value, next)) return malformed(w, next);
     batch.push_back(std::move(next));
   }
   return result(w.appendMoves(std::move(batch)));
 }
 
-Reply continueMoves(World& w, const Json::Value&) {
-  if (!w.motion.pending()) return refuse(-1);
-  if (w.programs.runner.needsReset()) return refuse(-17320);
-  if (const int code = w.motionRefusal(); code != 0) return refuse(code);
-  return result(w.motion.start());
-}
+Reply continueMoves(World& w, const Json::Value&) { return result(w.continueMoves()); }
 
 // Whatever moves the arm comes to rest; a jog ends by it. -1: nothing to pause, or it is stopping already.
 Reply pauseMoves(World& w, const Json::Value&) {

@@ -77,6 +77,13 @@ ChainArm::ChainArm(ArmDescription description)
       lower_(toVector(description_.limits.lower)),
       upper_(toVector(description_.limits.upper)) {}
 
+std::shared_ptr<const ChainArm> ChainArm::withLimits(const Joints& lower, const Joints& upper) const {
+  ArmDescription limited = description_;
+  limited.limits.lower = lower;
+  limited.limits.upper = upper;
+  return std::make_shared<ChainArm>(std::move(limited));
+}
+
 KDL::Frame ChainArm::forward(const JointVector& joints, JacobianMatrix* jacobian) const {
   KDL::Frame frame = KDL::Frame::Identity();
   const unsigned count = description_.chain.getNrOfSegments();

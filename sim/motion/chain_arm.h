@@ -4,6 +4,7 @@
 #include <Eigen/Core>
 #include <cstddef>
 #include <kdl/chain.hpp>
+#include <memory>
 #include <vector>
 
 #include "motion/motion.h"
@@ -40,6 +41,9 @@ ArmDescription describeArm(std::size_t axes);  // throws std::invalid_argument u
 class ChainArm final : public Arm {
  public:
   explicit ChainArm(ArmDescription description);
+
+  // The same arm, with axes that are kept within these limits.
+  std::shared_ptr<const ChainArm> withLimits(const Joints& lower, const Joints& upper) const;
 
   std::size_t axes() const override { return description_.home.size(); }
   const ArmLimits& limits() const override { return description_.limits; }

@@ -36,11 +36,12 @@ struct Running {
 }  // namespace
 
 struct Motion::Core {
-  explicit Core(std::shared_ptr<const ChainArm> model) : arm(std::move(model)), now(arm->home()) {
+  explicit Core(std::shared_ptr<const ChainArm> model)
+      : arm(std::move(model)), mechanical(arm), now(arm->home()) {
     velocities.assign(arm->axes(), 0.0);
   }
 
-  std::shared_ptr<const ChainArm> arm;
+  std::shared_ptr<const ChainArm> arm, mechanical;
   MotionDefaults defaults;
   KDL::Frame tool, reference;
   Joints now, velocities;
@@ -93,8 +94,8 @@ struct Motion::Core {
     if (next.move.kind == MoveKind::wait) {
       const double time = next.move.waitSeconds;
       next.plan.code = time >= 0 && std::isfinite(time) ? 0 : -50019;
-    } else if (next.move.kind == MoveKind::replay) {
-      next.plan.code = -60511;  // no path has been recorded
+    } else if (!arm->withinLimits(endOfActive())) {
+      next.plan.code = -50101;  // the arm stands beyond limits that were set meanwhile
     } else {
       next.plan = planMove(*arm, next.move, next.settings, endOfActive(), firstMove);
     }
@@ -122,7 +123,8 @@ struct Motion::Core {
   // Whether the active move may pass into the next one without a stop.
   bool joinable() {
     if (queue.empty() || outgoing || failure != 0 || dropping || !started) return false;
-    if (queue.front().move.kind == MoveKind::wait) return false;
+    const MoveKind kind = queue.front().move.kind;
+    if (kind == MoveKind::wait || kind == MoveKind::replay) return false;
     plan(queue.front(), false);
     const Queued& next = queue.front();
     if (next.plan.code != 0) return false;
@@ -255,6 +257,10 @@ Motion::~Motion() = default;
 Motion::Motion(Motion&&) noexcept = default;
 
 const Arm& Motion::arm() const { return *core_->arm; }
+const Arm& Motion::mechanicalArm() const { return *core_->mechanical; }
+void Motion::setAxisLimits(const Joints& lower, const Joints& upper) {
+  core_->arm = core_->mechanical->withLimits(lower, upper);
+}
 const Joints& Motion::joints() const { return core_->now; }
 Joints Motion::velocities() const { return core_->velocities; }
 
@@ -311,6 +317,7 @@ int Motion::jog(const Jog& jog) {
   Core& core = *core_;
   if (moving()) return -20;
   if (core.active) return -18;  // it stands in the middle of a move
+  if (!core.arm->withinLimits(toVector(core.now))) return -50101;
   const MoveSettings settings{core.defaults, core.tool, core.reference};
   PlannedMove plan = planJog(*core.arm, jog, settings, toFrame(jog.world), toVector(core.now));
   if (plan.code != 0) return plan.code;

@@ -82,6 +82,12 @@ struct Target {
   Offset offset;
 };
 
+// A way of the axes, seen at even intervals, from rest to rest.
+struct RecordedPath {
+  double interval = 0;  // s
+  std::vector<Joints> points;
+};
+
 // One command of a batch, decoded from the wire, speeds in m/s and rad/s, zone in metres.
 struct Move {
   MoveKind kind = MoveKind::line;
@@ -98,6 +104,8 @@ struct Move {
   std::optional<double> speed, zone, jointSpeed,
       rotSpeed;  // nothing: the controller's default; jointSpeed is a fraction of the maximum
   double waitSeconds = 0;
+  std::shared_ptr<const RecordedPath> path;  // replay; null: there is none of that name
+  double rate = 1;                           // replay: of the recorded speed
 };
 
 // What a move's progress tells the client.
@@ -150,7 +158,10 @@ class Motion {
   ~Motion();
   Motion(Motion&&) noexcept;
 
-  const Arm& arm() const;
+  const Arm& arm() const;            // within the limits that are in force
+  const Arm& mechanicalArm() const;  // within those of its mechanics
+  // Limits of the axes from now on; nothing may be queued.
+  void setAxisLimits(const Joints& lower, const Joints& upper);
   const Joints& joints() const;          // now
   Joints velocities() const;             // rad/s, now
   void setJoints(const Joints& joints);  // at once; clears the queue

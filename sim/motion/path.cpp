@@ -126,6 +126,20 @@ std::vector<PathLimit> limitsAlong(const Knots& knots, const ChainArm& arm, cons
   return limits;
 }
 
+Trajectory::Knot jointKnot(const ChainArm& arm, const KDL::Frame& tool, double at, const JointVector& joints,
+                           const JointVector& way) {
+  Trajectory::Knot knot;
+  knot.at = at;
+  knot.joints = joints;
+  knot.way = way;
+  JacobianMatrix jacobian;
+  const KDL::Frame flange = arm.forward(joints, &jacobian);
+  const Eigen::Matrix<double, 6, 1> twist = jacobian * way;
+  knot.tool = KDL::Twist(KDL::Vector(twist(0), twist(1), twist(2)), KDL::Vector(twist(3), twist(4), twist(5)))
+                  .RefPoint(flange.M * tool.p);
+  return knot;
+}
+
 Knots jointPath(const ChainArm& arm, const KDL::Frame& tool, const JointVector& from, const JointVector& to) {
   const JointVector way = to - from;
   const double largest = way.cwiseAbs().maxCoeff();
@@ -133,17 +147,8 @@ Knots jointPath(const ChainArm& arm, const KDL::Frame& tool, const JointVector& 
   if (largest < 1e-9) return {{0, to, way, KDL::Twist::Zero()}};
   const int intervals = std::max(40, static_cast<int>(largest / 0.05));
   for (int i = 0; i <= intervals; ++i) {
-    Trajectory::Knot knot;
-    knot.at = static_cast<double>(i) / intervals;
-    knot.joints = i == intervals ? to : JointVector(from + way * knot.at);
-    knot.way = way;
-    JacobianMatrix jacobian;
-    const KDL::Frame flange = arm.forward(knot.joints, &jacobian);
-    const Eigen::Matrix<double, 6, 1> twist = jacobian * way;
-    knot.tool =
-        KDL::Twist(KDL::Vector(twist(0), twist(1), twist(2)), KDL::Vector(twist(3), twist(4), twist(5)))
-            .RefPoint(flange.M * tool.p);
-    knots.push_back(std::move(knot));
+    const double at = static_cast<double>(i) / intervals;
+    knots.push_back(jointKnot(arm, tool, at, i == intervals ? to : JointVector(from + way * at), way));
   }
   return knots;
 }

@@ -21,6 +21,9 @@ Speeds speedsOf(const MotionDefaults& defaults);  // without the tool's
 // Rates and accelerations that no limit of the axes or the tool is passed with, for each knot.
 std::vector<PathLimit> limitsAlong(const Knots& knots, const ChainArm& arm, const Speeds& speeds);
 
+// A knot of a way that is given by the axes; `tool` in the flange.
+Trajectory::Knot jointKnot(const ChainArm& arm, const KDL::Frame& tool, double at, const JointVector& joints,
+                           const JointVector& way);
 Knots jointPath(const ChainArm& arm, const KDL::Frame& tool, const JointVector& from, const JointVector& to);
 
 struct FollowedCurve {

@@ -121,10 +121,57 @@ PlannedMove planCurve(const ChainArm& arm, const Move& move, const MoveSettings&
   return {0, std::make_shared<Trajectory>(std::move(knots), limits, speeds.smoothing, zone)};
 }
 
+// To the path's beginning as an unhurried move of the axes, and then along the path in its own time.
+PlannedMove planReplay(const ChainArm& arm, const Move& move, const MoveSettings& settings,
+                       const JointVector& start) {
+  if (!move.path) return {-60511, nullptr};
+  const std::vector<Joints>& points = move.path->points;
+  if (!(move.rate > 0 && std::isfinite(move.rate))) return {-50513, nullptr};
+  if (points.size() < 2 || points.front().size() != arm.axes()) return {-50512, nullptr};
+  Knots knots;
+  const JointVector first = toVector(points.front()), way = first - start;
+  const double largest = way.cwiseAbs().maxCoeff();
+  const int intervals = largest < 1e-6 ? 0 : std::max(40, static_cast<int>(largest / 0.05));
+  const double approach = intervals == 0 ? 0 : 0.5;  // share of the parameter
+  for (int i = 0; i < intervals; ++i) {              // leaves and arrives without a kink in the way
+    const double part = static_cast<double>(i) / intervals;
+    knots.push_back(jointKnot(arm, settings.tool, approach * part, start + way * part * part * (3 - 2 * part),
+                              way * 6 * part * (1 - part) / approach));
+  }
+  const auto last = static_cast<double>(points.size() - 1);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const std::size_t before = i == 0 ? 0 : i - 1, after = std::min(i + 1, points.size() - 1);
+    const bool inside = i != before && i != after;
+    const JointVector joints = toVector(points[i]);
+    JointVector speed = JointVector::Zero(joints.size());
+    if (inside) speed = (toVector(points[after]) - toVector(points[before])) * (last / 2 / (1 - approach));
+    const double at = i + 1 == points.size() ? 1 : approach + (1 - approach) * static_cast<double>(i) / last;
+    knots.push_back(jointKnot(arm, settings.tool, at, joints, speed));
+  }
+  const auto reachable = [&](const Trajectory::Knot& knot) { return arm.withinLimits(knot.joints); };
+  if (!std::all_of(knots.begin(), knots.end(), reachable)) return {-50101, nullptr};
+  if (settings.defaults.lockAxis4 && !axis4Rests(knots)) return {-50033, nullptr};
+
+  Speeds speeds = speedsOf(settings.defaults);
+  auto limits = limitsAlong(knots, arm, speeds);
+  speeds.tool = settings.defaults.speed;
+  const auto gentle = limitsAlong(knots, arm, speeds);
+  const double recorded = move.rate * (1 - approach) / (last * move.path->interval);
+  for (std::size_t i = 0; i < limits.size(); ++i) {
+    if (static_cast<int>(i) < intervals) {
+      limits[i] = gentle[i];
+    } else {
+      limits[i].rate = std::min(limits[i].rate, recorded);
+    }
+  }
+  return {0, std::make_shared<Trajectory>(std::move(knots), limits, speeds.smoothing, 0.0)};
+}
+
 }  // namespace
 
 PlannedMove planMove(const ChainArm& arm, const Move& move, const MoveSettings& settings,
                      const JointVector& start, bool firstMove) {
+  if (move.kind == MoveKind::replay) return planReplay(arm, move, settings, start);
   Speeds speeds;
   if (const int code = readSpeeds(move, settings.defaults, speeds); code != 0) return {code, nullptr};
   const double zone = move.zone.value_or(settings.defaults.zone);

@@ -24,7 +24,7 @@ struct PlannedMove {
   int endCode = 0;  // of a jog: why it ends before its step is done
 };
 
-// Plans any kind but waits and replays, from `start` at rest. `firstMove`: the arm stands there, no move led
+// Plans any kind but waits, from `start` at rest. `firstMove`: the arm stands there, no move led
 // to it.
 PlannedMove planMove(const ChainArm& arm, const Move& move, const MoveSettings& settings,
                      const JointVector& start, bool firstMove);

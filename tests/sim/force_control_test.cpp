@@ -247,7 +247,8 @@ TEST(ForceControl, RefusesWhatComesFromInside) {
          fc.world.motion.setToolset(Pose{{0, 0, 1.5}, {}}, Pose{});
        },
        "init", R"({"frame":"tool"})"},
-      {-41442, [](Fc& fc) { fc.world.force.softLimitsOn = false; }, "init", R"({"frame":"tool"})"},
+      {-41442, [](Fc& fc) { fc.world.protection.setSoftLimits(fc.world.motion, false, {}, {}); }, "init",
+       R"({"frame":"tool"})"},
       {-41449, [](Fc& fc) { fc.command("move.l", "{\"point\":" + fc.point(0.01, 0, 0) + "}"); }, "init",
        R"({"frame":"tool"})"},
       {-41400,

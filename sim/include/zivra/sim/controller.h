@@ -158,6 +158,19 @@ class ZIVRA_SIM_API Controller {
   /// 24 V and its port is a serial one; address 0 to 255.
   void setModbusInput(int address, std::uint16_t value);
 
+  // Guiding by hand, and what protects
+  bool guidedByHand() const;  ///< whether the arm lets itself be guided now
+  /// A hand leads the arm through the axis angles [rad] of each point, from rest to rest, in `seconds` of
+  /// simulated time altogether. Of the hand's wish the arm does what it is free to do. Nothing happens unless
+  /// guiding is on. Throws std::invalid_argument for points of another number of axes or no time.
+  void guideByHand(const std::vector<std::vector<double>>& points, double seconds);
+  /// Something presses against the flange, against its motion (downwards if it rests). Whether collision
+  /// detection, which has to be on, noticed it; it then does what it was told to do. `collide` in contrast is
+  /// what the drives notice by themselves.
+  bool touch(double newtons);
+  /// The torque sensor of an axis (from 0) shows that much too much, until it is calibrated.
+  void setTorqueDrift(std::size_t axis, double newtonMetres);
+
   // Signals and registers. Board 0 leads to terminals; outputs of board 1 are wired to its inputs.
   /// What stands at an input's terminal, which simulation mode may hide. Throws std::invalid_argument if
   /// there is no such terminal.
