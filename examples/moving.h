@@ -107,6 +107,12 @@ class MoveEvents {
     waitUntil(lock, [&] { return error_ || finishes_[id] >= count; });
     if (error_) throw std::runtime_error("the move " + id + " was not finished: " + describe(error_));
   }
+  // Of moves whose id isn't known.
+  void waitForAnyFinish() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    waitUntil(lock, [&] { return error_ || !finishes_.empty(); });
+    if (error_) throw std::runtime_error("the move was not finished: " + describe(error_));
+  }
   std::error_code waitForError() {
     std::unique_lock<std::mutex> lock(mutex_);
     waitUntil(lock, [&] { return static_cast<bool>(error_); });

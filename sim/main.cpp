@@ -1,6 +1,7 @@
 // zivra-sim: a simulated controller as a program.
 #include <atomic>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <fmt/format.h>
@@ -47,6 +48,8 @@ faults, KEY being a request key or * for all; each may be given several times:
   --upgrade-fault NAME  what ails the upgrade service, each time: hang-up, mute, damaged, refuse,
                         verdict-first, no-backup, partial or broken
   --collide-after S     the arm meets an obstacle S seconds after the start, once
+  --hand-after S        no fault: a hand waves the arm whenever that lets itself be guided by hand and has
+                        been left alone for S seconds
 
 Ends at SIGINT or SIGTERM. Exit code: 0, 1 for a bad option, 2 if a port can't be had.
 )";
@@ -77,6 +80,7 @@ struct Settings {
   std::vector<UpgradeFault> upgradeFaults;
   int dropAfter = 0;
   double collideAfter = 0;  // s
+  double handAfter = 0;     // s
   std::optional<double> surface;
   bool verbose = false, help = false;
 };
@@ -150,11 +154,51 @@ Settings readArguments(int argc, char** argv) {
       settings.dropAfter = number(option, value(), 1, 1'000'000'000);
     } else if (option == "--collide-after") {
       settings.collideAfter = number(option, value(), 0.001, 1e6);
+    } else if (option == "--hand-after") {
+      settings.handAfter = number(option, value(), 0.001, 1e6);
     } else {
       throw Usage(fmt::format("unknown option \"{}\"", option));
     }
   }
   return settings;
+}
+
+void waveByHand(Controller& controller) {
+  constexpr double kSeconds = 4;  // of simulated time
+  const auto here = controller.jointPositions();
+  const double side = here[0] > 0 ? -1 : 1;  // back and forth, wave by wave
+  auto there = here, end = here;
+  for (std::size_t axis = 0; axis < 2; ++axis) {
+    there[axis] += 0.3 * side;
+    end[axis] += 0.15 * side;
+  }
+  controller.guideByHand({there, end}, kSeconds);
+}
+
+// Does to the robot what was asked for until one of the signals comes.
+void letHappen(Controller& controller, const Settings& settings, const sigset_t& ending) {
+  using Clock = std::chrono::steady_clock;
+  const auto since = [](Clock::time_point then) {
+    return std::chrono::duration<double>(Clock::now() - then).count();
+  };
+  const auto begun = Clock::now();
+  auto busy = begun;  // the arm, last
+  bool collides = settings.collideAfter > 0;
+  while (collides || settings.handAfter > 0) {
+    constexpr timespec kLook{0, 20'000'000};
+    if (sigtimedwait(&ending, nullptr, &kLook) > 0) return;
+    if (collides && since(begun) >= settings.collideAfter) {
+      controller.collide();
+      collides = false;
+    }
+    if (!controller.guidedByHand() || !controller.waitUntilIdle(std::chrono::milliseconds(0))) {
+      busy = Clock::now();
+    } else if (settings.handAfter > 0 && since(busy) >= settings.handAfter) {
+      waveByHand(controller);
+    }
+  }
+  int signal = 0;
+  sigwait(&ending, &signal);
 }
 
 int run(Settings settings) {
@@ -196,15 +240,7 @@ int run(Settings settings) {
              settings.options.port);
   std::fflush(stdout);
 
-  int signal = -1;
-  if (settings.collideAfter > 0) {
-    timespec until{};
-    until.tv_sec = static_cast<time_t>(settings.collideAfter);
-    until.tv_nsec = static_cast<long>((settings.collideAfter - static_cast<double>(until.tv_sec)) * 1e9);
-    signal = sigtimedwait(&ending, nullptr, &until);
-    if (signal < 0) controller.collide();
-  }
-  if (signal < 0) sigwait(&ending, &signal);
+  letHappen(controller, settings, ending);
   controller.stop();
   return 0;
 }

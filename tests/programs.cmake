@@ -86,7 +86,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
       inverse_kinematics
       record_motion
       run_project
-      search_contact)
+      search_contact
+      teach_and_replay)
     set(program $<TARGET_FILE:example_${example}>)
     zivra_program_test(${example}_help CHECK --last "^[A-Z].*\\.$" RUN ${program} --help)
     zivra_program_test(${example}_no_address CHECK --code 2 --error "^usage: ${example} ADDRESS" RUN ${program})
@@ -227,6 +228,17 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
     CHECK --code 1 --error "^read_everything: 1 of [0-9]+ readings failed"
     RUN $<TARGET_FILE:example_read_everything> @address@)
 
+  set(teach $<TARGET_FILE:example_teach_and_replay>)
+  zivra_program_test(teach_and_replay THREADED MODEL tandi SIMULATOR --speed-factor 4 --hand-after 2
+    CHECK --last "^taught, replayed at half speed and removed \"taught path\"$" RUN ${teach} @address@)
+  zivra_program_test(teach_and_replay_interrupted MODEL tandi
+    CHECK --interrupt-at "^guide the arm" --code 130 --within 30 --error "interrupted" RUN ${teach} @address@)
+  zivra_program_test(teach_and_replay_not_stored MODEL tandi
+    SIMULATOR --speed-factor 4 --hand-after 2 --refuse move.record.save=-353
+    CHECK --code 1 --within 60 --error "storing the path: .*\\(-353\\)" RUN ${teach} @address@)
+  zivra_program_test(teach_and_replay_load_not_set MODEL tandi SIMULATOR --refuse sys.drag=-10040
+    CHECK --code 1 --within 20 --error "enabling the guiding: .*\\(-10040\\)" RUN ${teach} @address@)
+
   set(blink $<TARGET_FILE:example_blink_output>)
   zivra_program_test(blink_output MODEL tandi CHECK --last "^3 blinks of DO1_0 seen at DI1_0$" RUN ${blink} @address@)
   zivra_program_test(blink_output_unseen MODEL tandi
@@ -256,7 +268,8 @@ if(ZIVRA_BUILD_SIM AND ZIVRA_BUILD_EXAMPLES)
         make_backup
         send_upgrade
         run_project
-        search_contact)
+        search_contact
+      teach_and_replay)
       add_dependencies(zivra_threaded_tests example_${example})
     endforeach()
     add_dependencies(zivra_threaded_tests zivra_sim_program)
