@@ -60,7 +60,8 @@ class ZIVRA_API Robot_T : public virtual BaseRobot {
   /// Lower and upper limit of each axis ("safety.soft_limit"), in the controller's measure. Whether they are
   /// in force; on failure `limits` is untouched.
   bool getSoftLimit(std::array<double[2], dof>& limits, std::error_code& ec) noexcept;
-  /// Switches the limits, and sets them unless left out.
+  /// Switches the limits, and sets them unless left out ("safety.soft_limit"). -10051: beyond the mechanical
+  /// limits.
   void setSoftLimit(bool enable, std::error_code& ec,
                     const std::array<double[2], dof>& limits = {
                         {{std::numeric_limits<double>::max(), 0}}}) noexcept;
@@ -92,21 +93,29 @@ class ZIVRA_API BaseCobot : public virtual BaseRobot {
   /// @name Guiding by hand
   /// @{
 
-  /// Lets the arm be moved by hand ("sys.drag", "eci.drag"). Joint space goes with `freely` only (259).
-  /// `quick`: at once, without the enabling button.
+  /// Lets the arm be moved by hand ("sys.drag", under real-time control "eci.drag"); moves and jogs are
+  /// refused meanwhile. Joint space goes with `freely` only (259). `quick`: at once, without the enabling
+  /// button. -515: not with the motors as they are (the controller switches them itself); -10040: the load
+  /// isn't set rightly or the torque sensors are off; -16, -18: another mode or state.
   void enableDrag(DragParameter::Space space, DragParameter::Type type, std::error_code& ec,
                   bool quick = false) noexcept;
+  /// Ends it, as `enableDrag` last asked for it, under the key of the state that the robot is in now.
   void disableDrag(std::error_code& ec) noexcept;
-  /// Records the path for at most `duration` seconds ("move.record.start").
+  /// Records the path for at most `duration` seconds ("move.record.start"). -340: the arm isn't at rest.
   void startRecordPath(int duration, std::error_code& ec) noexcept;
-  void stopRecordPath(std::error_code& ec) noexcept;    ///< ("move.record.stop")
-  void cancelRecordPath(std::error_code& ec) noexcept;  ///< ("move.record.cancel")
+  /// ("move.record.stop") -337 to -339: too short, beyond the axes' limits, too fast; -341: the arm isn't at
+  /// rest.
+  void stopRecordPath(std::error_code& ec) noexcept;
+  void cancelRecordPath(std::error_code& ec) noexcept;  ///< Drops what was recorded ("move.record.cancel").
   /// Keeps the recorded path as `name`, or renames the stored path `name` to `saveAs` ("move.record.save").
+  /// -342: the motors are off; -352: nothing was recorded; -353: it could not be stored; -60511: no such
+  /// path.
   void saveRecordPath(const std::string& name, std::error_code& ec, const std::string& saveAs = "") noexcept;
-  /// Queues a stored path as a move; `rate` is a factor of its speed. 255 before the first connection, 262 in
-  /// another mode than Idle or NrtCommand.
+  /// Queues a stored path as a move; `rate` is a factor of its speed. It runs after `moveStart`, and the
+  /// event of moves tells of it under an id that begins with "path": also that there is no such path
+  /// (-60511). 255 before the first connection, 262 in another mode than Idle or NrtCommand.
   void replayPath(const std::string& name, double rate, std::error_code& ec) noexcept;
-  /// Removes one stored path or all ("move.record.remove", "move.record.remove.all").
+  /// Removes one stored path, or all whatever the name ("move.record.remove", "move.record.remove.all").
   void removePath(const std::string& name, std::error_code& ec, bool removeAll = false) noexcept;
   std::vector<std::string> queryPathLists(std::error_code& ec) noexcept;  ///< ("move.record.paths")
   /// @}
