@@ -280,7 +280,6 @@ Pose Motion::toolInReference() const {
   return toPose(core.reference.Inverse() * core.arm->forward(toVector(core.now)) * core.tool);
 }
 
-
 void Motion::setToolset(const Pose& tool, const Pose& reference) {
   core_->tool = toFrame(tool);
   core_->reference = toFrame(reference);
