@@ -25,7 +25,8 @@ void print(const char* what, const zivra::CANFrame& frame) {
 }
 
 void roundTripAt(const std::string& address) {
-  zivra::TandiRobot robot(address);
+  zivra::TandiRobot robot;
+  connect(robot, address);
   std::error_code ec;
   robot.setNorvilVout(zivra::NorvilOpt::Vout::supply24v, ec);
   require(ec, "supplying the bus");

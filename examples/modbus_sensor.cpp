@@ -19,7 +19,8 @@ int readRegister(zivra::BaseCobot& robot, int function, int address) {
 }
 
 void readAt(const std::string& address) {
-  zivra::TandiRobot robot(address);
+  zivra::TandiRobot robot;
+  connect(robot, address);
   std::error_code ec;
   robot.setNorvilRS485(zivra::NorvilOpt::Vout::supply24v, true, ec);
   require(ec, "supplying the sensor");

@@ -1,5 +1,7 @@
 // The file link, and the upgrade and backup service, as a client meets them that knows nothing of the
 // library.
+#include <unistd.h>
+
 #include "network/digest.h"
 #include "network/file_link.h"
 #include "sim/bench.h"
@@ -56,6 +58,12 @@ struct Started {
   Controller sim;
 };
 
+// Of this process alone: each test runs in one of its own.
+std::string ownAddress() {
+  const auto process = static_cast<unsigned>(::getpid());
+  return "127.15." + std::to_string(process / 250 % 250) + "." + std::to_string(process % 250 + 1);
+}
+
 struct FileLinkTest : testing::Test {
   void announce(const std::string& parameter = announcement()) {
     EXPECT_EQ(commands.command("ix.sdk.transferInit", parameter), 0);
@@ -65,9 +73,10 @@ struct FileLinkTest : testing::Test {
     files.sendBytes(bytes);
     return files.receiveText().value_or("none");
   }
-  Started started{"127.15.1.1"};
+  const std::string address = ownAddress();
+  Started started{address};
   Controller& sim = started.sim;
-  RawClient commands{"127.15.1.1"}, files{"127.15.1.1", 7777};
+  RawClient commands{address}, files{address, 7777};
 };
 
 TEST_F(FileLinkTest, ChecksTheBytesThatWereAnnounced) {
@@ -128,7 +137,7 @@ TEST_F(FileLinkTest, Faults) {
   announce();
   files.sendBytes("ab");
   EXPECT_TRUE(files.awaitEnd());
-  RawClient again("127.15.1.1", 7777);
+  RawClient again(address, 7777);
   sim.clearFaults();
   announce();
   again.sendBytes("abc");
@@ -179,9 +188,10 @@ struct UpgradeTest : testing::Test {
     return packet(1, std::string(3, '\0') + std::string(digest.begin(), digest.end()) +
                          bigEndian(name.size(), 2) + name + file);
   }
-  Started started{"127.15.2.1"};
+  const std::string address = ownAddress();
+  Started started{address};
   Controller& sim = started.sim;
-  RawClient client{"127.15.2.1", 4567};
+  RawClient client{address, 4567};
   std::string unread;
 };
 
