@@ -27,6 +27,7 @@ namespace zivra {
 /// Latest news of one kind as a table; `std::any_cast` gives the values by the types that `setEventWatcher`
 /// names.
 using EventInfo = std::unordered_map<std::string, std::any>;
+/// Hears news of one kind.
 using EventCallback = std::function<void(const EventInfo&)>;
 /// Hears how far a transfer is, in bytes.
 using TransferProgress = std::function<void(std::uint64_t done, std::uint64_t total)>;
@@ -277,8 +278,8 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
   /// that isn't in the stream or has another type: `value` is untouched then (a vector is empty). Throws
   /// RealtimeStateException without a stream. Any thread.
   int getStateData(const std::string& name, double& value);
-  int getStateData(const std::string& name, std::uint64_t& value);
-  int getStateData(const std::string& name, std::vector<double>& value);
+  int getStateData(const std::string& name, std::uint64_t& value);        ///< "ts" [us]
+  int getStateData(const std::string& name, std::vector<double>& value);  ///< a field of several reals
   /// @}
 
   /// @name Signals and registers
@@ -437,7 +438,7 @@ class ZIVRA_API BaseRobot : public Base<BaseRobot> {
 
  protected:
   BaseRobot();
-  Impl& impl() const noexcept { return *impl_; }
+  Impl& impl() const noexcept { return *impl_; }  ///< for the operations of derived classes
 
  private:
   std::unique_ptr<Impl> impl_;

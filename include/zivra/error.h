@@ -65,8 +65,8 @@ ZIVRA_API std::error_code make_error_code(Code code) noexcept;
 /// Base of all exceptions of the library. The text is chosen in the current language when it is made.
 class ZIVRA_API Exception : public std::exception {
  public:
-  explicit Exception(const std::string& text);
-  const char* what() const noexcept override;
+  explicit Exception(const std::string& text);  ///< with the whole text
+  const char* what() const noexcept override;   ///< the text
 
  private:
   std::string text_;
@@ -75,43 +75,43 @@ class ZIVRA_API Exception : public std::exception {
 /// An argument that can't be used ("invalidArguments: ...").
 class ZIVRA_API ArgumentException : public Exception {
  public:
-  explicit ArgumentException(const std::string& text);
+  explicit ArgumentException(const std::string& text);  ///< with the whole text
 };
 
 /// No connection, or one that the controller refused ("network: ...").
 class ZIVRA_API NetworkException : public Exception {
  public:
-  explicit NetworkException(const std::string& text);
+  explicit NetworkException(const std::string& text);  ///< with the whole text
 };
 
 /// Robot and program don't fit together ("execute: ...").
 class ZIVRA_API ExecutionException : public Exception {
  public:
-  explicit ExecutionException(const std::string& text);
+  explicit ExecutionException(const std::string& text);  ///< with the whole text
 };
 
 /// The controller's version is too old ("execute: protocol: ...").
 class ZIVRA_API ProtocolException : public ExecutionException {
  public:
-  explicit ProtocolException(const std::string& text);
+  explicit ProtocolException(const std::string& text);  ///< with the whole text
 };
 
 /// Failure of the state stream ("realtime: ...").
 class ZIVRA_API RealtimeControlException : public Exception {
  public:
-  explicit RealtimeControlException(const std::string& text);
+  explicit RealtimeControlException(const std::string& text);  ///< with the whole text
 };
 
 /// A motion error that the state stream reports ("realtime: rtMotion: ...").
 class ZIVRA_API RealtimeMotionException : public RealtimeControlException {
  public:
-  explicit RealtimeMotionException(const std::string& text);
+  explicit RealtimeMotionException(const std::string& text);  ///< with the whole text
 };
 
 /// The state stream isn't in the state that the call needs ("realtime: rtState: ...").
 class ZIVRA_API RealtimeStateException : public RealtimeControlException {
  public:
-  explicit RealtimeStateException(const std::string& text);
+  explicit RealtimeStateException(const std::string& text);  ///< with the whole text
 };
 
 }  // namespace zivra

@@ -15,24 +15,24 @@ class BaseRobot;
 
 /// One record of a write to several objects of a slave's dictionary.
 struct ZIVRA_API SDOData {
-  int index = 0;
-  int sub_index = 0;
-  int length = 0;  ///< bytes of `data` that count, at most 50
-  int over_time = 0;
-  int wait_time = 0;
-  int print_data = 0;
-  std::array<std::uint8_t, 50> data{};
+  int index = 0;                        ///< of the object
+  int sub_index = 0;                    ///< of its entry
+  int length = 0;                       ///< bytes of `data` that count, at most 50
+  int over_time = 0;                    ///< time limit, in the controller's measure
+  int wait_time = 0;                    ///< pause, in the controller's measure
+  int print_data = 0;                   ///< passed on as it is
+  std::array<std::uint8_t, 50> data{};  ///< the bytes written
 };
 
 /// A slave on the bus.
 struct ZIVRA_API SlaveInfo {
-  std::uint32_t vendorId = 0;
-  std::uint32_t productCode = 0;
-  std::uint32_t reversionNumber = 0;
-  std::uint16_t slaveAddr = 0;
-  std::uint32_t slaveId = 0;
+  std::uint32_t vendorId = 0;         ///< maker of the device
+  std::uint32_t productCode = 0;      ///< the maker's number of the product
+  std::uint32_t reversionNumber = 0;  ///< revision of the product
+  std::uint16_t slaveAddr = 0;        ///< address on the bus, by which the operations name it
+  std::uint32_t slaveId = 0;          ///< the controller's number of it
   std::uint16_t alStatus = 0;  ///< 1 init, 2 pre-operational, 3 bootstrap, 4 safe-operational, 8 operational
-  std::string slaveName;
+  std::string slaveName;       ///< as the controller reports it
 };
 
 /// The EtherCAT slaves behind a controller, over a link of its own: it works while the robot moves, and goes
@@ -42,7 +42,8 @@ struct ZIVRA_API SlaveInfo {
 /// without saying why gives false and no code.
 class ZIVRA_API BaseEthercat {
  public:
-  BaseEthercat(BaseEthercat&& other) noexcept;
+  BaseEthercat(BaseEthercat&& other) noexcept;  ///< `other` gives 256 afterwards
+  /// Closes the link that it had; `other` gives 256 afterwards.
   BaseEthercat& operator=(BaseEthercat&& other) noexcept;
   BaseEthercat(const BaseEthercat&) = delete;
   BaseEthercat& operator=(const BaseEthercat&) = delete;

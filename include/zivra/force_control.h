@@ -26,13 +26,14 @@ class XService;
 class ZIVRA_API BaseForceControl {
  public:
   virtual ~BaseForceControl();
-  BaseForceControl(BaseForceControl&&) noexcept;
-  BaseForceControl& operator=(BaseForceControl&&) noexcept;
+  BaseForceControl(BaseForceControl&&) noexcept;             ///< takes the conditions' limit along
+  BaseForceControl& operator=(BaseForceControl&&) noexcept;  ///< the same
   BaseForceControl(const BaseForceControl&) = delete;
   BaseForceControl& operator=(const BaseForceControl&) = delete;
 
   /// @name Run
   /// @{
+
   /// Prepares a run in a frame ("eci.fc.init"); `world` for a frame that force control doesn't know.
   void fcInit(FrameType type, std::error_code& ec) noexcept;
   /// Starts the run ("eci.fc.start").
@@ -53,6 +54,7 @@ class ZIVRA_API BaseForceControl {
 
   /// @name Search motions laid over the run
   /// @{
+
   /// A sine along axis `line_dir` (0 x, 1 y, 2 z): amplitude [Nm], frequency [Hz], `phase` 0 to pi [rad],
   /// `bias` 0 to 10 [Nm] ("eci.fc.set").
   void setSineOverlay(int line_dir, double amplify, double frequency, double phase, double bias,
@@ -61,11 +63,11 @@ class ZIVRA_API BaseForceControl {
   /// `phase_diff` 0 to pi [rad] ("eci.fc.set").
   void setLissajousOverlay(int plane, double amplify_one, double frequency_one, double amplify_two,
                            double frequency_two, double phase_diff, std::error_code& ec) noexcept;
-  /// ("eci.fc.overlay")
+  /// Starts the overlay set last ("eci.fc.overlay").
   void startOverlay(std::error_code& ec) noexcept;
-  /// ("eci.fc.overlay")
+  /// Ends it ("eci.fc.overlay").
   void stopOverlay(std::error_code& ec) noexcept;
-  /// ("eci.fc.overlay")
+  /// Pauses it ("eci.fc.overlay").
   void pauseOverlay(std::error_code& ec) noexcept;
   /// Goes on after a pause ("eci.fc.overlay").
   void restartOverlay(std::error_code& ec) noexcept;
@@ -74,6 +76,7 @@ class ZIVRA_API BaseForceControl {
   /// @name Conditions that end a wait
   /// `timeout` is 1 to 600 s. Each condition can only shorten the limit of `waitCondition`.
   /// @{
+
   /// Lower and upper force along x, y, z [N]; met inside or outside of them ("eci.fc.set").
   void setForceCondition(const std::array<double, 6>& range, bool isInside, double timeout,
                          std::error_code& ec) noexcept;
@@ -91,6 +94,7 @@ class ZIVRA_API BaseForceControl {
 
   /// @name Limits that protect the run ("eci.fc.monitor")
   /// @{
+
   /// Switches the supervision of the limits.
   void fcMonitor(bool enable, std::error_code& ec) noexcept;
   /// Each at least 0 and finite.
@@ -106,7 +110,7 @@ class ZIVRA_API BaseForceControl {
   explicit BaseForceControl(std::shared_ptr<XService> service);
 
   struct State;
-  State& state() const noexcept { return *state_; }
+  State& state() const noexcept { return *state_; }  ///< for the commands of derived classes
 
  private:
   std::unique_ptr<State> state_;
@@ -118,14 +122,14 @@ class ZIVRA_API ForceControl_T : public BaseForceControl {
   static_assert(dof >= 5 && dof <= 7, "force control is for collaborative robots, which have 5 to 7 axes");
 
  public:
-  explicit ForceControl_T(std::shared_ptr<XService> service);
+  explicit ForceControl_T(std::shared_ptr<XService> service);  ///< as `Cobot::forceControl`
   ~ForceControl_T() override;
-  ForceControl_T(ForceControl_T&&) noexcept = default;
-  ForceControl_T& operator=(ForceControl_T&&) noexcept = default;
+  ForceControl_T(ForceControl_T&&) noexcept = default;             ///< as of BaseForceControl
+  ForceControl_T& operator=(ForceControl_T&&) noexcept = default;  ///< as of BaseForceControl
 
-  /// ("eci.fc.set")
+  /// Stiffness of each axis ("eci.fc.set").
   void setJointStiffness(const std::array<double, dof>& stiffness, std::error_code& ec) noexcept;
-  /// ("eci.fc.set")
+  /// Desired torque of each axis [Nm] ("eci.fc.set").
   void setJointDesiredTorque(const std::array<double, dof>& torque, std::error_code& ec) noexcept;
   /// Torques of the axes, measured and external [Nm], and torque [Nm] and force [N] at the end in a frame,
   /// which is `world`, `flange` or `tool` (259 otherwise) ("eci.fc.end_torque.ref_world" and so on). 261 for
@@ -136,6 +140,7 @@ class ZIVRA_API ForceControl_T : public BaseForceControl {
 
   /// @name Limits that protect the run ("eci.fc.monitor")
   /// @{
+
   /// Each at least 0 and finite.
   void setJointMaxVel(const std::array<double, dof>& velocity, std::error_code& ec) noexcept;
   /// Each at least 0 and finite.

@@ -18,8 +18,8 @@ class XService;
 class ZIVRA_API BaseModel : public Base<BaseModel> {
  public:
   virtual ~BaseModel();
-  BaseModel(const BaseModel& other);
-  BaseModel& operator=(const BaseModel& other);
+  BaseModel(const BaseModel& other);             ///< shares the link
+  BaseModel& operator=(const BaseModel& other);  ///< shares the link
 
   /// All axis angles [rad] that reach a pose ("utils.calc.all.ik"), in the controller's order; `confs` gets
   /// their configurations. 261 if a solution isn't complete: the result is then empty, and `confs` keeps what
@@ -29,8 +29,8 @@ class ZIVRA_API BaseModel : public Base<BaseModel> {
                                                       std::error_code& ec) noexcept;
 
  protected:
-  explicit BaseModel(std::shared_ptr<XService> service);
-  XService& service() const noexcept;
+  explicit BaseModel(std::shared_ptr<XService> service);  ///< over the link of `service`
+  XService& service() const noexcept;                     ///< for the questions of derived classes
 
  private:
   struct Impl;
@@ -43,10 +43,10 @@ class ZIVRA_API Model_T : public BaseModel {
   static_assert(N >= 3 && N <= 7, "robots have 3 to 7 axes");
 
  public:
-  explicit Model_T(std::shared_ptr<XService> service);
+  explicit Model_T(std::shared_ptr<XService> service);  ///< as `Robot_T::model`
   ~Model_T() override;
-  Model_T(const Model_T&) = default;
-  Model_T& operator=(const Model_T&) = default;
+  Model_T(const Model_T&) = default;             ///< shares the link
+  Model_T& operator=(const Model_T&) = default;  ///< shares the link
 
   /// Pose at the axis angles `joints` [rad], with the toolset in force ("sys.calc.fk"). Zeros on failure, and
   /// also, without a code, for an answer without a pose.

@@ -79,7 +79,7 @@ class ZIVRA_API Robot_T : public virtual BaseRobot {
 
  protected:
   Robot_T();
-  Robot_T(const std::string& remoteIP, const std::string& localIP);
+  Robot_T(const std::string& remoteIP, const std::string& localIP);  ///< connects
 
  private:
   void startStream(std::chrono::nanoseconds interval, const std::vector<std::string>& fields);
@@ -183,7 +183,7 @@ class ZIVRA_API Cobot : public Robot_T<WorkType::collaborative, dof>, public Bas
 
  protected:
   Cobot();
-  Cobot(const std::string& remoteIP, const std::string& localIP);
+  Cobot(const std::string& remoteIP, const std::string& localIP);  ///< connects
 };
 
 /// An industrial robot.
@@ -194,7 +194,7 @@ class ZIVRA_API IndustrialRobot : public Robot_T<WorkType::industrial, dof> {
 
  protected:
   IndustrialRobot();
-  IndustrialRobot(const std::string& remoteIP, const std::string& localIP);
+  IndustrialRobot(const std::string& remoteIP, const std::string& localIP);  ///< connects
 };
 
 /// Collaborative robot of 6 axes.
@@ -265,6 +265,7 @@ class ZIVRA_API StandardRobot : public IndustrialRobot<6> {
   /// `fallback`. 264 if it is on already.
   void enableCollisionDetection(const std::array<double, 6>& sensitivity, double fallback,
                                 std::error_code& ec) noexcept;
+  /// Switches collision detection off ("safety.collision_detection").
   void disableCollisionDetection(std::error_code& ec) noexcept;
 };
 

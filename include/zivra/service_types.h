@@ -14,6 +14,7 @@ namespace zivra {
 /// A tool or a work object, as the controller keeps it.
 struct ZIVRA_API WorkToolInfo {
   WorkToolInfo() = default;
+  /// All but the alias.
   WorkToolInfo(std::string toolName, bool held, const Frame& frame, const Load& carried)
       : name(std::move(toolName)), robotHeld(held), pos(frame), load(carried) {}
 
@@ -32,9 +33,11 @@ struct ZIVRA_API FrameCalibrationResult {
 
 /// An entry of the controller's user log.
 struct ZIVRA_API LogInfo {
+  /// How grave it is.
   enum class Level { info = 0, warning = 1, err = 2 };
 
   LogInfo() = default;
+  /// All members in their order.
   LogInfo(int code, std::string time, std::string text, std::string hint)
       : id(code), timestamp(std::move(time)), logText(std::move(text)), repairHint(std::move(hint)) {}
 
@@ -46,7 +49,7 @@ struct ZIVRA_API LogInfo {
 
 /// A program project of the controller's.
 struct ZIVRA_API RLProjectInfo {
-  std::string name;
+  std::string name;                   ///< as `loadProject` takes it
   std::vector<std::string> taskList;  ///< names of its tasks
 };
 

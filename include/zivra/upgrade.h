@@ -25,8 +25,8 @@ class ZIVRA_API BaseUpgrade {
   explicit BaseUpgrade(const std::string& remote_ip);
   /// The last copy stops the connection.
   ~BaseUpgrade();
-  BaseUpgrade(const BaseUpgrade&);
-  BaseUpgrade& operator=(const BaseUpgrade&);
+  BaseUpgrade(const BaseUpgrade&);             ///< shares the connection
+  BaseUpgrade& operator=(const BaseUpgrade&);  ///< shares the connection
 
   /// Ends any connection and connects; at most 30 s. Throws NetworkException.
   void connect(const std::string& remote_ip);

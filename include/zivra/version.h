@@ -12,10 +12,10 @@ namespace zivra {
 
 /// A version of the library or of a controller.
 struct ZIVRA_API VersionRecord {
-  int major = 0;
-  int minor = 0;
-  int patch = 0;
-  int build = 0;
+  int major = 0;     ///< first number
+  int minor = 0;     ///< second number
+  int patch = 0;     ///< third number
+  int build = 0;     ///< number of the build
   std::string tag;   ///< short label of the build, may be empty
   std::string date;  ///< date and time of the build
   std::string host;  ///< machine of the build

@@ -36,18 +36,20 @@ ZIVRA_SIM_API std::optional<Model> modelNamed(std::string_view name);
 
 /// Languages of the controller's user log.
 enum class Language { english, chinese };
+/// How grave an entry of the user log is.
 enum class LogLevel { info, warning, error };
 
+/// Which controller, and where it listens.
 struct Options {
   std::string address = "127.0.0.1";  ///< loopback address that the links listen on
   std::uint16_t port = 6666;          ///< command link
   std::uint16_t rtPort = 1337;        ///< second command link
   std::uint16_t filePort = 7777;      ///< file link; 0: there is none
   std::uint16_t upgradePort = 4567;   ///< upgrade and backup service; 0: there is none
-  Model model = Model::tandi;
-  double speedFactor = 1.0;       ///< simulated seconds for each second of the wall clock
-  std::string id{};               ///< robot id; empty: one made from the model
-  std::string version = "3.1.2";  ///< controller version reported
+  Model model = Model::tandi;         ///< which arm
+  double speedFactor = 1.0;           ///< simulated seconds for each second of the wall clock
+  std::string id{};                   ///< robot id; empty: one made from the model
+  std::string version = "3.1.2";      ///< controller version reported
   /// Told of each frame ("< ..." in, "> ..." out) on the simulator's network thread; must not stop the
   /// controller.
   std::function<void(const std::string&)> trace{};
@@ -56,6 +58,7 @@ struct Options {
 
 /// What happens to a request of the chosen key (`"*"`: every key) instead of, or before, its answer.
 struct Fault {
+  /// What happens.
   enum class Kind {
     refuse,   ///< answers `code` and leaves the world alone
     delay,    ///< answers after `delay`
@@ -64,17 +67,18 @@ struct Fault {
     garbage,  ///< answers `text` as it stands (with a CR) instead of JSON
     reply,    ///< answers with the JSON value `text` under the key, whatever the handler would say
   };
-  Kind kind = Kind::refuse;
-  std::string key = "*";
-  int code = -1;
-  std::chrono::milliseconds delay{0};
-  bool half = false;
-  std::string text{};
-  int times = 1;  ///< how many requests it hits; -1: until clearFaults
+  Kind kind = Kind::refuse;            ///< what happens
+  std::string key = "*";               ///< of the requests that it hits
+  int code = -1;                       ///< for `refuse`
+  std::chrono::milliseconds delay{0};  ///< for `delay`, by the wall clock
+  bool half = false;                   ///< for `drop`
+  std::string text{};                  ///< for `garbage` and `reply`
+  int times = 1;                       ///< how many requests it hits; -1: until clearFaults
 };
 
 /// What happens to the next file that comes on the file link.
 struct FileFault {
+  /// What happens.
   enum class Kind {
     refuse,  ///< acknowledged as bad, and not kept
     mute,    ///< kept and never acknowledged
@@ -82,14 +86,15 @@ struct FileFault {
     delay,   ///< kept and acknowledged after `delay`
     drop,    ///< closes the link in the middle of the file
   };
-  Kind kind = Kind::refuse;
-  std::string text{};
-  std::chrono::milliseconds delay{0};
-  int times = 1;  ///< how many files it hits; -1: until clearFaults
+  Kind kind = Kind::refuse;            ///< what happens
+  std::string text{};                  ///< for `text`
+  std::chrono::milliseconds delay{0};  ///< for `delay`, by the wall clock
+  int times = 1;                       ///< how many files it hits; -1: until clearFaults
 };
 
 /// What the upgrade and backup service does with the next request that it fits.
 struct UpgradeFault {
+  /// What happens.
   enum class Kind {
     hangUp,        ///< closes a connection just after accepting it
     mute,          ///< does the work and never answers
@@ -103,10 +108,10 @@ struct UpgradeFault {
     partial,       ///< can't back up one of the items
     broken,        ///< sends a backup that doesn't have the digest that it comes with
   };
-  Kind kind = Kind::hangUp;
-  std::size_t bytes = 1;
-  std::chrono::milliseconds delay{0};
-  int times = 1;  ///< how many connections or requests it hits; -1: until clearFaults
+  Kind kind = Kind::hangUp;            ///< what happens
+  std::size_t bytes = 1;               ///< for `die`, `drip` and `chunks`
+  std::chrono::milliseconds delay{0};  ///< for `drip`, by the wall clock
+  int times = 1;                       ///< how many connections or requests it hits; -1: until clearFaults
 };
 /// The fault's name on the command line of `zivra-sim`, e.g. "verdict-first"; nothing for another name.
 ZIVRA_SIM_API std::optional<UpgradeFault::Kind> upgradeFaultNamed(std::string_view name);
@@ -115,7 +120,7 @@ ZIVRA_SIM_API std::optional<UpgradeFault::Kind> upgradeFaultNamed(std::string_vi
 /// stopped. Every operation may be called from any thread.
 class ZIVRA_SIM_API Controller {
  public:
-  explicit Controller(Options options = {});
+  explicit Controller(Options options = {});  ///< listens once it is started
   ~Controller();
   Controller(const Controller&) = delete;
   Controller& operator=(const Controller&) = delete;
@@ -126,14 +131,14 @@ class ZIVRA_SIM_API Controller {
   /// Closes every link and ends all threads. May be started again.
   void stop();
 
-  const Options& options() const;
+  const Options& options() const;  ///< as it was made with
 
   // Faults of the link
-  void inject(const Fault& fault);
-  void clearFaults();    ///< those of the state stream too
-  void dropLinks();      ///< closes every client link with a reset; goes on listening
-  void stopListening();  ///< refuses new links until listenAgain
-  void listenAgain();
+  void inject(const Fault& fault);      ///< from the next request on that it fits
+  void clearFaults();                   ///< those of the state stream too
+  void dropLinks();                     ///< closes every client link with a reset; goes on listening
+  void stopListening();                 ///< refuses new links until listenAgain
+  void listenAgain();                   ///< takes new links again
   void stopReading(bool on);            ///< leaves what clients send unread
   void sliceFrames(std::size_t bytes);  ///< sends answers in pieces of that many bytes; 0: whole
   void coalesceFrames(
@@ -143,12 +148,12 @@ class ZIVRA_SIM_API Controller {
   void push(const std::string& key, const std::string& payload);
 
   // Faults and happenings of the robot
-  void pressEmergencyStop();
-  void releaseEmergencyStop();
-  void openSafetyGate(bool open);
-  void raiseServoAlarm();       ///< power goes off and stays off until the alarm is cleared
-  void collide();               ///< a collision: motion stops, the safety event is pushed
-  void failNextMove(int code);  ///< the next move that begins ends with this controller code
+  void pressEmergencyStop();       ///< motion stops and power goes off, as "estop"
+  void releaseEmergencyStop();     ///< power stays off until "rsc.emer_stop.reset"
+  void openSafetyGate(bool open);  ///< opened: motion stops and power goes off, as "gstop"
+  void raiseServoAlarm();          ///< power goes off and stays off until the alarm is cleared
+  void collide();                  ///< a collision: motion stops, the safety event is pushed
+  void failNextMove(int code);     ///< the next move that begins ends with this controller code
   void reboot();  ///< as "utils.reboot": links drop, the controller is away for a moment and comes back
 
   // The panel at the tool
@@ -175,6 +180,7 @@ class ZIVRA_SIM_API Controller {
   /// What stands at an input's terminal, which simulation mode may hide. Throws std::invalid_argument if
   /// there is no such terminal.
   void setDigitalInput(unsigned board, unsigned port, bool state);
+  /// The same for an analog input.
   void setAnalogInput(unsigned board, unsigned port, double level);
   /// False for an output that isn't there.
   bool digitalOutput(unsigned board, unsigned port) const;
@@ -199,8 +205,8 @@ class ZIVRA_SIM_API Controller {
   std::uint64_t datagramsSent() const;  ///< since start
 
   // Files, packages and backups
-  void inject(const FileFault& fault);
-  void inject(const UpgradeFault& fault);
+  void inject(const FileFault& fault);        ///< from the next file on
+  void inject(const UpgradeFault& fault);     ///< from the next connection or request on that it fits
   std::vector<std::string> upgrades() const;  ///< digests (MD5) of the packages taken, oldest first
 
   // Program projects
@@ -216,17 +222,17 @@ class ZIVRA_SIM_API Controller {
   /// std::invalid_argument for numbers that make none.
   void placeSurface(const std::array<double, 3>& point, const std::array<double, 3>& normal,
                     double stiffness = 10000);
-  void removeSurface();
+  void removeSurface();  ///< there is none any more
   /// From now on somebody pushes the tool: force [N] and torque [Nm] at its tip; zeros: no longer.
   void pushTool(const std::array<double, 6>& wrench);
 
   // What is going on
-  std::vector<double> jointPositions() const;
-  std::string powerState() const;      ///< as reported under "sys.power"
-  std::string operationState() const;  ///< as reported under "sys.state"
-  std::string operateMode() const;     ///< as reported under "sys.mode"
-  std::size_t clients() const;
-  std::vector<std::string> requests() const;  ///< keys of the latest requests, oldest first, at most 10000
+  std::vector<double> jointPositions() const;  ///< [rad]
+  std::string powerState() const;              ///< as reported under "sys.power"
+  std::string operationState() const;          ///< as reported under "sys.state"
+  std::string operateMode() const;             ///< as reported under "sys.mode"
+  std::size_t clients() const;                 ///< command links that are connected
+  std::vector<std::string> requests() const;   ///< keys of the latest requests, oldest first, at most 10000
   void setJointPositions(const std::vector<double>& joints);  ///< puts the arm there at once (rad)
   /// Waits until no move is queued or running; false after the limit of wall clock time.
   bool waitUntilIdle(std::chrono::milliseconds limit) const;
