@@ -1,0 +1,262 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include <zivra/robot.h>
+
+#include "clr/ethercat.h"
+#include "clr/types.h"
+
+namespace zivra::clr {
+
+/// The operations that every robot has. Make an object of the class of the robot's model (robots.h): one of
+/// this class has no native object, and all that it does is to throw NullReferenceException.
+///
+/// Operations report in `ec`, which always stands last and is assigned on every return. A conversion that
+/// fails throws before anything is sent. What else throws says so.
+///
+/// Threads: as for the native robot; the layer adds no lock. `Dispose` and the destructor are for a moment at
+/// which no other call is under way.
+class BaseRobot {
+ public:
+  BaseRobot();
+  BaseRobot(const BaseRobot&) = delete;
+  BaseRobot& operator=(const BaseRobot&) = delete;
+  /// Disposes, if nobody did.
+  virtual ~BaseRobot();
+
+  /// Releases the native robot, then its model; a second time does nothing. Child objects go on.
+  void Dispose();
+
+  /// @name Connection
+  /// @{
+  void connectToRobot(const String& remoteIP, const String& localIP);  ///< throws ApiException
+  void connectToRobot(const String& remoteIP);                         ///< throws ApiException
+  void connectToRobot(ErrorCode& ec);
+  void disconnectFromRobot(ErrorCode& ec);
+  void setConnectionHandler(ConnectionHandlerDelegate handler);
+  static String sdkVersion();
+  /// @}
+
+  /// @name State
+  /// @{
+  Info robotInfo(ErrorCode& ec);
+  PowerState powerState(ErrorCode& ec);
+  void setPowerState(bool on, ErrorCode& ec);
+  OperateMode operateMode(ErrorCode& ec);
+  void setOperateMode(OperateMode mode, ErrorCode& ec);
+  OperationState operationState(ErrorCode& ec);
+  Array<double> jointPos(ErrorCode& ec);
+  Array<double> jointVel(ErrorCode& ec);
+  Array<double> jointTorque(ErrorCode& ec);
+  Array<double> posture(CoordinateType ct, ErrorCode& ec);
+  CartesianPosition cartPosture(CoordinateType ct, ErrorCode& ec);
+  Array<double> baseFrame(ErrorCode& ec);
+  void setBaseFrame(const Frame& frame, ErrorCode& ec);
+  StateList getStateList(ErrorCode& ec);
+  void rebootSystem(ErrorCode& ec);
+  void shutdownSystem(ErrorCode& ec);
+  void clearServoAlarm(ErrorCode& ec);
+  void recoverState(int item, ErrorCode& ec);
+  void setTeachPendantMode(bool enable, ErrorCode& ec);
+  /// @}
+
+  /// @name Moves
+  /// Where a kind reads `args`, missing ones are appended to the caller's own list.
+  /// @{
+  void moveAppend(MoveCommand::Type type, List<MoveCommand>& cmd, String& cmdId, ErrorCode& ec);
+  void moveAppend(MoveCommand::Type type, MoveCommand& cmd, String& cmdId, ErrorCode& ec);
+  /// A wait does nothing here.
+  void executeCommand(MoveCommand::Type type, List<MoveCommand>& cmd, ErrorCode& ec);
+  void moveStart(ErrorCode& ec);
+  void moveReset(ErrorCode& ec);
+  void stop(ErrorCode& ec);
+  void setMaxCacheSize(int size, ErrorCode& ec);
+  void setDefaultSpeed(double speed, ErrorCode& ec);
+  void setDefaultZone(double zone, ErrorCode& ec);
+  void setDefaultConfOpt(bool forced, ErrorCode& ec);
+  void setAutoIgnoreZone(bool ignore, ErrorCode& ec);
+  void adjustSpeedOnline(double scale, ErrorCode& ec);
+  void adjustAcceleration(double acc, double jerk, ErrorCode& ec);
+  void getAcceleration(double& acc, double& jerk, ErrorCode& ec);
+  void startJog(JogOpt::Space space, double rate, double step, std::uint32_t index, bool direction,
+                ErrorCode& ec);
+  void startJogWithExt(JogOpt::Space space, double rate, double step, std::uint32_t index, bool direction,
+                       const String& name, bool isExt, ErrorCode& ec);
+  void setMotionControlMode(MotionControlMode mode, ErrorCode& ec);
+  /// @}
+
+  /// @name Path checks
+  /// @{
+  Array<double> checkPath(const CartesianPosition& start, const Array<double>& start_joint,
+                          const CartesianPosition& target, ErrorCode& ec);
+  /// A circle: `aux1` is a point on it, `aux2` the target; `rot_type` is cut to an integer.
+  Array<double> checkPath(const CartesianPosition& start, const Array<double>& start_joint,
+                          const CartesianPosition& aux1, const CartesianPosition& aux2, double angle,
+                          double rot_type, ErrorCode& ec);
+  Array<double> checkPath(const CartesianPosition& start, const Array<double>& start_joint,
+                          const CartesianPosition& aux, const CartesianPosition& target, ErrorCode& ec);
+  int checkPath(const Array<double>& start_joint, const List<CartesianPosition>& targets,
+                Array<double>& target_joint_calculated, ErrorCode& ec);
+  /// @}
+
+  /// @name Events
+  /// @{
+  /// There is one delegate a kind of event in the whole process: the last one given hears the events of all
+  /// robots that were ever watched. Null drops them. It runs on a native thread.
+  void setEventWatcher(Event eventType, EventCallbackDelegate callback, ErrorCode& ec);
+  Dictionary queryEventInfo(Event eventType, ErrorCode& ec);
+  /// @}
+
+  /// @name State stream
+  /// `interval` and `timeout_ms` are milliseconds. These throw ApiException, and the first one
+  /// NotSupportedException for a robot of 3 or 4 axes.
+  /// @{
+  void startReceiveRobotState(int interval, const List<String>& fields);
+  void stopReceiveRobotState();
+  std::uint32_t updateRobotState(int timeout_ms);
+  int getStateData(const String& name, double& value);
+  int getStateData(const String& name, std::uint64_t& value);
+  int getStateData(const String& name, Array<double>& value);
+  /// @}
+
+  /// @name Signals and registers
+  /// A list of a register is a new one, empty on failure.
+  /// @{
+  bool getDI(std::uint32_t board, std::uint32_t port, ErrorCode& ec);
+  bool getDO(std::uint32_t board, std::uint32_t port, ErrorCode& ec);
+  double getAI(std::uint32_t board, std::uint32_t port, ErrorCode& ec);
+  void setDI(std::uint32_t board, std::uint32_t port, bool state, ErrorCode& ec);
+  void setDO(std::uint32_t board, std::uint32_t port, bool state, ErrorCode& ec);
+  void setAO(std::uint32_t board, std::uint32_t port, double value, ErrorCode& ec);
+  void setSimulationMode(bool state, ErrorCode& ec);
+  void readRegister(const String& name, std::uint32_t index, float& value, ErrorCode& ec);
+  void readRegister(const String& name, std::uint32_t index, int& value, ErrorCode& ec);
+  void readRegister(const String& name, std::uint32_t index, bool& value, ErrorCode& ec);
+  void readRegister(const String& name, List<float>& value, ErrorCode& ec);
+  void readRegister(const String& name, List<int>& value, ErrorCode& ec);
+  void readRegister(const String& name, List<bool>& value, ErrorCode& ec);
+  void writeRegister(const String& name, std::uint32_t index, float value, ErrorCode& ec);
+  void writeRegister(const String& name, std::uint32_t index, int value, ErrorCode& ec);
+  void writeRegister(const String& name, std::uint32_t index, bool value, ErrorCode& ec);
+  void writeRegister(const String& name, std::uint32_t index, const Array<float>& value, ErrorCode& ec);
+  void writeRegister(const String& name, std::uint32_t index, const Array<int>& value, ErrorCode& ec);
+  void writeRegister(const String& name, std::uint32_t index, const Array<bool>& value, ErrorCode& ec);
+  /// @}
+
+  /// @name Programs and files
+  /// @{
+  List<RLProjectInfo> projectsInfo(ErrorCode& ec);
+  void loadProject(const String& name, const List<String>& tasks, ErrorCode& ec);
+  void ppToMain(ErrorCode& ec);
+  void runProject(ErrorCode& ec);
+  void pauseProject(ErrorCode& ec);
+  void setProjectRunningOpt(double rate, bool loop, ErrorCode& ec);
+  String importProject(const String& file_path, bool overwrite, ErrorCode& ec);
+  void removeProject(const String& project_name, bool remove_all, ErrorCode& ec);
+  String importFile(const String& src_file_path, const String& dest, bool overwrite, ErrorCode& ec);
+  void removeFiles(const List<String>& file_path_list, ErrorCode& ec);
+  /// @}
+
+  /// @name Tools and work objects
+  /// @{
+  Toolset toolset(ErrorCode& ec);
+  void setToolset(const Toolset& toolset, ErrorCode& ec);
+  Toolset setToolset(const String& toolName, const String& wobjName, ErrorCode& ec);
+  List<WorkToolInfo> toolsInfo(ErrorCode& ec);
+  List<WorkToolInfo> wobjsInfo(ErrorCode& ec);
+  void setToolInfo(const WorkToolInfo& tool_info, ErrorCode& ec);
+  void setWobjInfo(const WorkToolInfo& wobj_info, ErrorCode& ec);
+  /// @}
+
+  /// @name Rail and external axes
+  /// `value` is untouched on failure. What a read of a list gives is a new array. The names of
+  /// `getExtAxisInfo` and `getMechUnit` have to fit the system's narrow encoding (null:
+  /// ArgumentNullException, otherwise ArgumentException).
+  /// @{
+  void setRailParameter(const String& name, int value, ErrorCode& ec);
+  void setRailParameter(const String& name, bool value, ErrorCode& ec);
+  void setRailParameter(const String& name, double value, ErrorCode& ec);
+  void setRailParameter(const String& name, const String& value, ErrorCode& ec);
+  void setRailParameter(const String& name, const Array<double>& value, ErrorCode& ec);
+  void setRailParameter(const String& name, const Frame& value, ErrorCode& ec);
+  void getRailParameter(const String& name, bool& value, ErrorCode& ec);
+  void getRailParameter(const String& name, double& value, ErrorCode& ec);
+  void getRailParameter(const String& name, int& value, ErrorCode& ec);
+  void getRailParameter(const String& name, String& value, ErrorCode& ec);
+  void getRailParameter(const String& name, Array<double>& value, ErrorCode& ec);
+  void getRailParameter(const String& name, Frame& value, ErrorCode& ec);
+  void getMechUnit(const String& name, const String& info, Array<String>& value, ErrorCode& ec);
+  void getMechUnit(const String& name, const String& info, int& value, ErrorCode& ec);
+  void getMechUnit(const String& name, const String& info, bool& value, ErrorCode& ec);
+  void getExtAxisInfo(const String& name, const String& info, Array<String>& value, ErrorCode& ec);
+  void getExtAxisInfo(const String& name, const String& info, String& value, ErrorCode& ec);
+  void getExtAxisInfo(const String& name, const String& info, double& value, ErrorCode& ec);
+  void getExtAxisInfo(const String& name, const String& info, int& value, ErrorCode& ec);
+  void getExtAxisInfo(const String& name, const String& info, bool& value, ErrorCode& ec);
+  /// @}
+
+  /// @name Limits, calibration, clock, log
+  /// @{
+  /// `limits` becomes a new [axes, 2] array, zeros on failure.
+  bool getSoftLimit(Array2<double>& limits, ErrorCode& ec);
+  /// Reads as many rows as there are axes; IndexOutOfRangeException if there are fewer, but no row at all
+  /// sends zeros.
+  void setSoftLimit(bool enable, const Array2<double>& limits, ErrorCode& ec);
+  FrameCalibrationResult calibrateFrame(FrameType type, const List<Array<double>>& points, bool is_held,
+                                        const Array<double>& base_aux, ErrorCode& ec);
+  void configNtp(const String& server_ip, ErrorCode& ec);
+  void syncTimeWithServer(ErrorCode& ec);
+  List<LogInfo> queryControllerLog(std::uint32_t count, LogInfoLevel level, ErrorCode& ec);
+  /// No list means no level.
+  List<LogInfo> queryControllerLog(std::uint32_t count, const std::optional<List<LogInfoLevel>>& levels,
+                                   std::uint32_t offset, ErrorCode& ec);
+  Array<double> getRobotCfg_DHparam(bool get_nominal, ErrorCode& ec);
+  /// Throws the native exception as it is.
+  std::unique_ptr<BaseEthercat> ethercat();
+  /// @}
+
+  /// @name Kinematic model
+  /// @{
+  Array<double> calcIk(const CartesianPosition& posture, ErrorCode& ec);
+  Array<double> calcIk(const CartesianPosition& posture, const Toolset& toolset, ErrorCode& ec);
+  CartesianPosition calcFk(const Array<double>& joints, ErrorCode& ec);
+  CartesianPosition calcFk(const Array<double>& joints, const Toolset& toolset, ErrorCode& ec);
+  Array<Array<double>> calcAllIkSolutions(const CartesianPosition& posture, Array<Array<int>>& confs,
+                                          ErrorCode& ec);
+  /// @}
+
+  /// @name Dynamics
+  /// None of it is in this build: all throw NotSupportedException.
+  /// @{
+  void setTcpCoor(const Array<double>& f_t_ee, const Array<double>& ee_t_k);
+  void setGravityDirection(double gx, double gy, double gz);
+  Array<double> jacobian(const Array<double>& jntPos, SegmentFrame nr);
+  Array<double> jacobianDot(const Array<double>& jntPos, const Array<double>& jntVel, SegmentFrame nr);
+  Array<double> getMassMatrix(const Array<double>& jntPos);
+  Array<double> getCoriolisVector(const Array<double>& jntPos, const Array<double>& jntVel);
+  void getTorqueNoFriction(const Array<double>& jntPos, const Array<double>& jntVel,
+                           const Array<double>& jntAcc, Array<double>& trq_full, Array<double>& trq_inertia,
+                           Array<double>& trq_coriolis, Array<double>& trq_gravity);
+  /// @}
+
+ protected:
+  zivra::BaseRobot* robot = nullptr;  // the common part of the one below that is set
+
+  std::unique_ptr<zivra::TriaxRobot> ir3;
+  std::unique_ptr<zivra::QuadraxRobot> ir4;
+  std::unique_ptr<zivra::StandardRobot> ir6;
+  std::unique_ptr<zivra::TandiFiveRobot> cobot5;
+  std::unique_ptr<zivra::TandiRobot> cobot6;
+  std::unique_ptr<zivra::Cobot<7>> cobot7;  // both classes of seven axes
+
+  std::unique_ptr<zivra::Model_T<3>> model3;
+  std::unique_ptr<zivra::Model_T<4>> model4;
+  std::unique_ptr<zivra::Model_T<5>> model5;
+  std::unique_ptr<zivra::Model_T<6>> model6;
+  std::unique_ptr<zivra::Model_T<7>> model7;
+};
+
+}  // namespace zivra::clr
