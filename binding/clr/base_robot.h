@@ -28,7 +28,7 @@ class BaseRobot {
   virtual ~BaseRobot();
 
   /// Releases the native robot, then its model; a second time does nothing. Child objects go on.
-  void Dispose();
+  virtual void Dispose();
 
   /// @name Connection
   /// @{
@@ -180,6 +180,10 @@ class BaseRobot {
   void setRailParameter(const String& name, bool value, ErrorCode& ec);
   void setRailParameter(const String& name, double value, ErrorCode& ec);
   void setRailParameter(const String& name, const String& value, ErrorCode& ec);
+  // A literal would go to the overload for bool otherwise.
+  void setRailParameter(const String& name, const char* value, ErrorCode& ec) {
+    setRailParameter(name, String(value), ec);
+  }
   void setRailParameter(const String& name, const Array<double>& value, ErrorCode& ec);
   void setRailParameter(const String& name, const Frame& value, ErrorCode& ec);
   void getRailParameter(const String& name, bool& value, ErrorCode& ec);
@@ -241,6 +245,13 @@ class BaseRobot {
                            const Array<double>& jntAcc, Array<double>& trq_full, Array<double>& trq_inertia,
                            Array<double>& trq_coriolis, Array<double>& trq_gravity);
   /// @}
+
+ private:
+  // Call what is given with the robot, or the model, that is set; NullReferenceException if none is.
+  template <class Use>
+  auto useRobot(const Use& use);
+  template <class Use>
+  auto useModel(const Use& use);
 
  protected:
   zivra::BaseRobot* robot = nullptr;  // the common part of the one below that is set

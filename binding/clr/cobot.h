@@ -14,6 +14,7 @@ class Cobot : public BaseRobot {
  public:
   Cobot();
   ~Cobot() override;
+  void Dispose() override;
 
   /// @name Guiding by hand
   /// @{
@@ -61,7 +62,7 @@ class Cobot : public BaseRobot {
   /// @}
 
  protected:
-  zivra::BaseCobot* robot = nullptr;  // besides BaseRobot's own; dead with the native object
+  zivra::BaseCobot* robot = nullptr;  // besides BaseRobot's own
 };
 
 }  // namespace zivra::clr

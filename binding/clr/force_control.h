@@ -80,6 +80,9 @@ class ForceControl {
   /// @}
 
  private:
+  template <class Use>
+  void useAxes(const Use& use);
+
   std::unique_ptr<zivra::ForceControl_T<5>> fc_five;
   std::unique_ptr<zivra::ForceControl_T<6>> fc_six;
   std::unique_ptr<zivra::ForceControl_T<7>> fc_seven;
