@@ -66,6 +66,7 @@ class BaseRobot {
   /// @name Moves
   /// Where a kind reads `args`, missing ones are appended to the caller's own list.
   /// @{
+  /// A wait leaves `cmdId` as it was.
   void moveAppend(MoveCommand::Type type, List<MoveCommand>& cmd, String& cmdId, ErrorCode& ec);
   void moveAppend(MoveCommand::Type type, MoveCommand& cmd, String& cmdId, ErrorCode& ec);
   /// A wait does nothing here.

@@ -35,7 +35,10 @@ void append(zivra::BaseRobot* robot, MoveCommand::Type type, std::span<MoveComma
   if (robot == nullptr) throw NullReferenceException();
   std::string id = convertString(cmdId);
   reporting(ec, [&](std::error_code& code) {
-    if (type == MoveCommand::Type::MoveWait) return robot->moveAppend(convertWaitMove(cmd), id, code);
+    if (type == MoveCommand::Type::MoveWait) {
+      std::string unused;  // a managed caller's id isn't that of a wait
+      return robot->moveAppend(convertWaitMove(cmd), unused, code);
+    }
     withMoves(type, cmd, [&](const auto& moves) { robot->moveAppend(moves, id, code); });
   });
   cmdId = utf8StdStringToString(id);

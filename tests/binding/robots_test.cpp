@@ -1,0 +1,420 @@
+// Every class of the layer against a controller of its kind: which native object a call goes to, how long
+// things live, and where events go.
+#include <array>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include "binding/fixture.h"
+#include "system/fixture.h"
+
+namespace zivra::test {
+
+namespace {
+
+using clr::Array;
+using clr::Array2;
+using clr::ErrorCode;
+using clr::Fault;
+using clr::List;
+using clr::String;
+
+class Managed : public SystemTest {
+ protected:
+  void done(const char* what) { EXPECT_EQ(ec_.value(), 0) << what << ": " << ec_.message().text(); }
+
+  ErrorCode ec_;
+};
+
+// What each chain of all robots does.
+using Calls = std::vector<std::pair<const char*, std::function<void(clr::BaseRobot&, ErrorCode&)>>>;
+Calls chains() {
+  return {
+      {"connectToRobot", [](auto& r, auto&) { r.connectToRobot("127.0.0.1", ""); }},
+      {"connectToRobot", [](auto& r, auto&) { r.connectToRobot("127.0.0.1"); }},
+      {"connectToRobot", [](auto& r, auto& ec) { r.connectToRobot(ec); }},
+      {"jointTorque", [](auto& r, auto& ec) { r.jointTorque(ec); }},
+      {"getStateList", [](auto& r, auto& ec) { r.getStateList(ec); }},
+      {"calibrateFrame",
+       [](auto& r, auto& ec) { r.calibrateFrame(clr::FrameType::tool, {}, false, {}, ec); }},
+      {"getSoftLimit",
+       [](auto& r, auto& ec) {
+         Array2<double> limits;
+         r.getSoftLimit(limits, ec);
+       }},
+      {"setSoftLimit", [](auto& r, auto& ec) { r.setSoftLimit(true, {}, ec); }},
+      {"startReceiveRobotState", [](auto& r, auto&) { r.startReceiveRobotState(8, {"q_m"}); }},
+      {"calcIk", [](auto& r, auto& ec) { r.calcIk({}, ec); }},
+      {"calcIk", [](auto& r, auto& ec) { r.calcIk({}, {}, ec); }},
+      {"calcFk", [](auto& r, auto& ec) { r.calcFk({}, ec); }},
+      {"calcFk", [](auto& r, auto& ec) { r.calcFk({}, {}, ec); }},
+      {"calcAllIkSolutions",
+       [](auto& r, auto& ec) {
+         Array<Array<int>> confs;
+         r.calcAllIkSolutions({}, confs, ec);
+       }},
+      {"powerState", [](auto& r, auto& ec) { r.powerState(ec); }},
+      {"ethercat", [](auto& r, auto&) { r.ethercat(); }},
+      {"setConnectionHandler", [](auto& r, auto&) { r.setConnectionHandler(nullptr); }},
+      {"updateRobotState", [](auto& r, auto&) { r.updateRobotState(1); }},
+  };
+}
+
+Calls cobotChains() {
+  const auto of = [](auto call) {
+    return [call](clr::BaseRobot& r, ErrorCode& ec) { call(dynamic_cast<clr::Cobot&>(r), ec); };
+  };
+  return {
+      {"enableCollisionDetection", of([](clr::Cobot& r, ErrorCode& ec) {
+         r.enableCollisionDetection({}, clr::StopLevel::stop1, 0, ec);
+       })},
+      {"calibrateForceSensor", of([](clr::Cobot& r, ErrorCode& ec) { r.calibrateForceSensor(true, 0, ec); })},
+      {"forceControl", of([](clr::Cobot& r, ErrorCode&) { r.forceControl(); })},
+      {"getKeypadState", of([](clr::Cobot& r, ErrorCode& ec) { r.getKeypadState(ec); })},
+  };
+}
+
+void expectNoObject(clr::BaseRobot& robot, const Calls& calls) {
+  for (const auto& [name, call] : calls) {
+    ErrorCode ec;
+    EXPECT_EQ(faultOf([&] { call(robot, ec); }), Fault::nullReference) << name;
+  }
+}
+
+void expectNoDynamics(clr::BaseRobot& robot) {
+  Array<double> out;
+  const std::function<void()> calls[] = {
+      [&] { robot.setTcpCoor({}, {}); },
+      [&] { robot.setGravityDirection(0, 0, 1); },
+      [&] { robot.jacobian({}, clr::SegmentFrame::flange); },
+      [&] { robot.jacobianDot({}, {}, clr::SegmentFrame::flange); },
+      [&] { robot.getMassMatrix({}); },
+      [&] { robot.getCoriolisVector({}, {}); },
+      [&] { robot.getTorqueNoFriction({}, {}, {}, out, out, out, out); },
+  };
+  for (const auto& call : calls) {
+    EXPECT_EQ(textOf<clr::NotSupportedException>(call), "TandiModel library is not enabled in this build.");
+  }
+}
+
+TEST_F(Managed, WithoutANativeObjectThrow) {
+  clr::BaseRobot base;
+  clr::Cobot cobot;
+  expectNoObject(base, chains());
+  expectNoObject(cobot, chains());
+  expectNoObject(cobot, cobotChains());
+  expectNoDynamics(base);
+}
+
+template <class Robot, std::size_t axes>
+void useClass(const std::string& address) {
+  Robot robot(address);
+  ErrorCode ec;
+  const auto done = [&](const char* what) {
+    EXPECT_EQ(ec.value(), 0) << what << ": " << ec.message().text();
+  };
+  EXPECT_EQ(robot.robotInfo(ec).joint_num, static_cast<int>(axes));
+  EXPECT_EQ(robot.powerState(ec), clr::PowerState::off);
+  EXPECT_EQ(robot.jointTorque(ec).size(), axes);
+  done("torque");
+  const auto states = robot.getStateList(ec);
+  done("states");
+  EXPECT_EQ(states.joint_pos, robot.jointPos(ec));
+  EXPECT_EQ(states.operation_mode, clr::OperateMode::manual);
+  Array2<double> limits;
+  robot.getSoftLimit(limits, ec);
+  done("limits");
+  EXPECT_EQ(limits.rows(), axes);
+  EXPECT_LT(limits.at(axes - 1, 0), limits.at(axes - 1, 1));
+  robot.calibrateFrame(clr::FrameType::tool, List<Array<double>>(5), false, {}, ec);
+  EXPECT_EQ(ec.value(), 259);
+  const auto pose = robot.calcFk(states.joint_pos, ec);
+  done("forward");
+  EXPECT_EQ(robot.calcIk(pose, ec).size(), axes);
+  Array<Array<int>> confs{{1}};
+  const auto solutions = robot.calcAllIkSolutions(pose, confs, ec);
+  EXPECT_EQ(confs.size(), solutions.size());
+  expectNoDynamics(robot);
+  const auto start = [&] { robot.startReceiveRobotState(8, {"no such field"}); };
+  if (axes < 5) {
+    EXPECT_EQ(textOf<clr::NotSupportedException>(start), "The robot model doesn't support");
+  } else {
+    EXPECT_EQ(faultOf(start), Fault::api);
+  }
+  double value = 0;
+  EXPECT_EQ(faultOf([&] { robot.getStateData("q_m", value); }), Fault::api);  // there is no stream
+  if constexpr (std::is_base_of_v<clr::Cobot, Robot>) {
+    const auto force = robot.forceControl();
+    force->setJointStiffness({}, ec);
+    robot.enableCollisionDetection(Array<double>(axes, 1.0), clr::StopLevel::stop1, 0.01, ec);
+    done("collision detection");
+    robot.disableCollisionDetection(ec);
+    done("end of collision detection");
+    EXPECT_EQ(robot.getKeypadStateArray(ec).size(), 7u);
+  }
+  robot.disconnectFromRobot(ec);
+  done("disconnect");
+  robot.connectToRobot(ec);
+  done("connect again");
+  robot.Dispose();
+  robot.Dispose();
+  expectNoObject(robot, chains());
+  if constexpr (std::is_base_of_v<clr::Cobot, Robot>) expectNoObject(robot, cobotChains());
+
+  Robot later;
+  EXPECT_EQ(faultOf([&] { later.jointTorque(ec); }), Fault::none);
+  EXPECT_NE(ec.value(), 0);
+  later.connectToRobot(address);
+  EXPECT_EQ(later.jointPos(ec).size(), axes);
+  done("later");
+}
+
+TEST_F(Managed, EachClassReachesItsNativeOne) {
+  struct Row {
+    sim::Model model;
+    void (*use)(const std::string&);
+  };
+  for (const Row& row : {Row{sim::Model::triax, useClass<clr::TriaxRobot, 3>},
+                         Row{sim::Model::quadrax, useClass<clr::QuadraxRobot, 4>},
+                         Row{sim::Model::standard, useClass<clr::StandardRobot, 6>},
+                         Row{sim::Model::tandiFive, useClass<clr::TandiFiveRobot, 5>},
+                         Row{sim::Model::tandi, useClass<clr::TandiRobot, 6>},
+                         Row{sim::Model::tandiSeven, useClass<clr::TandiSevenRobot, 7>},
+                         Row{sim::Model::tandiSeven, useClass<clr::QuillRobot, 7>}}) {
+    SCOPED_TRACE(sim::modelName(row.model));
+    startController(row.model);
+    row.use(address());
+  }
+}
+
+TEST_F(Managed, OperationsOfOneClass) {
+  {
+    startController(sim::Model::standard);
+    clr::StandardRobot robot(address(), "");
+    robot.enableCollisionDetection({1, 1, 1, 1, 1, 1}, 0.01, ec_);
+    done("collision detection");
+    robot.disableCollisionDetection(ec_);
+    done("end of collision detection");
+    robot.setAvoidSingularity(clr::AvoidSingularityMethod::lockAxis4, true, 0, ec_);
+    done("singularity");
+    EXPECT_TRUE(robot.getAvoidSingularity(clr::AvoidSingularityMethod::lockAxis4, ec_));
+  }
+  {
+    startController(sim::Model::tandi);
+    clr::TandiRobot robot(address(), "");
+    robot.setAvoidSingularity(clr::AvoidSingularityMethod::wrist, true, 0.1, ec_);
+    done("singularity");
+    EXPECT_TRUE(robot.getAvoidSingularity(clr::AvoidSingularityMethod::wrist, ec_));
+  }
+  startController(sim::Model::tandiFive);
+  clr::TandiFiveRobot robot(address(), "");
+  robot.enableCompletePostureLerp(true, ec_);
+  done("posture");
+}
+
+TEST_F(Managed, NativeExceptionsAreTranslatedWhereTheyMayBe) {
+  const auto nativeText = [&](const auto& call) { return textOf<zivra::Exception>(call); };
+  const std::string refused = nativeText([&] { zivra::TandiRobot robot(address()); });
+  ASSERT_FALSE(refused.empty());
+  EXPECT_EQ(textOf<clr::ApiException>([&] { clr::TandiRobot robot(address()); }), refused);
+  EXPECT_EQ(textOf<clr::ApiException>([&] { clr::TriaxRobot robot(address()); }), refused);
+  clr::TandiSevenRobot seven;
+  EXPECT_EQ(textOf<clr::ApiException>([&] { seven.connectToRobot(address(), ""); }), refused);
+  EXPECT_EQ(faultOf([&] { seven.updateRobotState(1); }), Fault::api);
+  startController(sim::Model::tandi);
+  EXPECT_EQ(faultOf([&] { seven.connectToRobot(address()); }), Fault::api);  // has another count of axes
+  clr::TandiRobot robot(address());
+  controller().stopListening();
+  EXPECT_FALSE(nativeText([&] { robot.ethercat(); }).empty());
+}
+
+TEST_F(Managed, UpgradeConnectsOrThrows) {
+  EXPECT_EQ(faultOf([&] { clr::BaseUpgrade client(address()); }), Fault::api);
+  clr::BaseUpgrade client;
+  EXPECT_EQ(faultOf([&] { client.connect(address()); }), Fault::api);
+  startController();
+  client.connect(address());
+  client.connect(ec_);
+  done("connect");
+  client.upgrade("no such file", ec_);
+  EXPECT_EQ(ec_.value(), -280);
+  using clr::BackupItem;
+  client.exportBackup("backup.zip", {BackupItem::rlProgram, BackupItem::rlProgram}, ec_);
+  done("backup");
+  EXPECT_GT(std::filesystem::file_size("backup.zip"), 0u);
+  client.Dispose();
+  client.Dispose();
+  EXPECT_EQ(faultOf([&] { client.connect(ec_); }), Fault::nullReference);
+}
+
+// Entries of the tables that a delegate heard, and the thread.
+struct Told {
+  clr::Dictionary table;
+  std::thread::id thread;
+};
+
+template <class T>
+T valueOf(const clr::Dictionary& table, const char* key) {
+  const auto* value = table.find(key);
+  const T* held = value == nullptr ? nullptr : std::get_if<T>(value);
+  EXPECT_NE(held, nullptr) << key;
+  return held == nullptr ? T{} : *held;
+}
+
+TEST_F(Managed, MovesRunAndTellTheDelegate) {
+  startController();
+  Heard<Told> heard;
+  clr::TandiRobot robot(address());
+  robot.setOperateMode(clr::OperateMode::automatic, ec_);
+  done("mode");
+  robot.setPowerState(true, ec_);
+  done("power");
+  robot.setEventWatcher(
+      clr::Event::moveExecution,
+      [&](const clr::Dictionary& table) {
+        heard.add({table, std::this_thread::get_id()});
+      },
+      ec_);
+  done("watcher");
+  const auto joints = robot.jointPos(ec_);
+  List<clr::MoveCommand> moves(2);
+  for (auto& move : moves) {
+    move.jointTarget.joints = List<double>(joints);
+    move.speed = 500;
+    move.customInfo = "caf\u00e9";
+  }
+  moves[1].jointTarget.joints[0] += 0.1;
+  String id;
+  robot.moveAppend(clr::MoveCommand::Type::MoveAbsJ, moves, id, ec_);
+  done("append");
+  EXPECT_FALSE(id.text().empty());
+  String same = id;
+  clr::MoveCommand wait;
+  wait.args = {0.01};
+  robot.moveAppend(clr::MoveCommand::Type::MoveWait, wait, same, ec_);
+  done("wait");
+  EXPECT_EQ(same, id);
+  robot.moveStart(ec_);
+  done("start");
+  const auto reached = [](const Told& told) {
+    return valueOf<bool>(told.table, "reachTarget") && valueOf<int>(told.table, "wayPointIndex") == 1;
+  };
+  ASSERT_TRUE(heard.waitUntil([&](const auto& all) { return std::any_of(all.begin(), all.end(), reached); }));
+  const auto all = heard.all();
+  const Told& last = *std::find_if(all.begin(), all.end(), reached);
+  EXPECT_NE(last.thread, std::this_thread::get_id());
+  EXPECT_EQ(valueOf<String>(last.table, "cmdID"), id);
+  EXPECT_EQ(valueOf<String>(last.table, "customInfo"), String("caf\u00e9"));
+  EXPECT_EQ(valueOf<ErrorCode>(last.table, "error").value(), 0);
+  EXPECT_FALSE(robot.queryEventInfo(clr::Event::moveExecution, ec_).empty());
+  done("query");
+
+  // Nothing to do, and nothing done.
+  const auto requests = controller().requests().size();
+  const auto unknown = static_cast<clr::MoveCommand::Type>(99);
+  for (const auto type : {clr::MoveCommand::Type::MoveWait, unknown}) {
+    ec_ = ErrorCode(-99, "");
+    robot.executeCommand(type, moves, ec_);
+    done("no move");
+  }
+  String none;
+  robot.moveAppend(unknown, moves, none, ec_);
+  done("no kind");
+  EXPECT_EQ(none, String(""));
+  EXPECT_EQ(controller().requests().size(), requests);
+
+  // The caller's own list is completed, also by way of a single move, and by a batch that is refused.
+  clr::MoveCommand circle;
+  robot.moveAppend(clr::MoveCommand::Type::MoveCF, circle, id, ec_);
+  EXPECT_EQ(circle.args, std::vector<double>(2));
+  List<clr::MoveCommand> many(101);
+  robot.moveAppend(clr::MoveCommand::Type::MoveSP, many, id, ec_);
+  EXPECT_EQ(ec_.value(), 259);
+  EXPECT_EQ(many.back().args, std::vector<double>(4));
+  List<clr::MoveCommand> empty;
+  robot.moveAppend(clr::MoveCommand::Type::MoveL, empty, id, ec_);
+  EXPECT_EQ(ec_.value(), 259);
+  robot.setEventWatcher(clr::Event::moveExecution, nullptr, ec_);
+}
+
+TEST_F(Managed, EventsOfAllRobotsGoToTheLastDelegate) {
+  startController();
+  LoopbackAddress otherAddress(70);
+  sim::Options options;
+  options.address = otherAddress.text();
+  sim::Controller otherController(options);
+  otherController.start();
+
+  Heard<int> first, second;
+  const auto to = [](Heard<int>& heard) {
+    return [&heard](const clr::Dictionary& table) { heard.add(valueOf<bool>(table, "collided") ? 1 : 0); };
+  };
+  {
+    clr::TandiRobot robot(address()), other(otherAddress.text());
+    robot.setEventWatcher(clr::Event::safety, to(first), ec_);
+    done("first");
+    other.setEventWatcher(clr::Event::safety, to(second), ec_);
+    done("second");
+    // Whoever answers this has taken the request for news before it.
+    robot.powerState(ec_);
+    other.powerState(ec_);
+    controller().collide();
+    ASSERT_TRUE(second.waitFor(1));
+    otherController.collide();
+    ASSERT_TRUE(second.waitFor(2));
+    EXPECT_TRUE(first.all().empty());
+
+    for (const int kind : {4, -1}) {
+      ec_ = ErrorCode(-99, "");
+      robot.setEventWatcher(static_cast<clr::Event>(kind), to(first), ec_);
+      done("no kind of event");
+    }
+    // Null, which also resets the kind's table, drops the events of both.
+    other.setEventWatcher(clr::Event::safety, nullptr, ec_);
+    done("null");
+    other.powerState(ec_);
+    controller().collide();
+    otherController.collide();
+    // The kind's table tells that the news has come; its watcher then has nobody to tell.
+    ASSERT_TRUE(
+        eventually([&] { return valueOf<bool>(other.queryEventInfo(clr::Event::safety, ec_), "collided"); }));
+  }
+  EXPECT_EQ(second.all().size(), 2u);
+  EXPECT_TRUE(first.all().empty());
+}
+
+TEST_F(Managed, ConnectionHandlerHearsTheLink) {
+  startController();
+  Heard<bool> heard;
+  clr::TandiRobot robot;
+  robot.setConnectionHandler([&](bool up) { heard.add(up); });
+  robot.connectToRobot(address());
+  ASSERT_TRUE(heard.waitFor(1));
+  robot.Dispose();
+  ASSERT_FALSE(heard.all().empty());
+  EXPECT_TRUE(heard.all().front());
+}
+
+TEST_F(Managed, StateStreamGivesFields) {
+  startController();
+  clr::TandiRobot robot(address(), "127.0.0.1");
+  robot.startReceiveRobotState(8, {"q_m", "ts"});
+  EXPECT_GT(robot.updateRobotState(2000), 0u);
+  Array<double> joints{9};
+  EXPECT_EQ(robot.getStateData("q_m", joints), 0);
+  EXPECT_EQ(joints, robot.jointPos(ec_));
+  std::uint64_t stamp = 0;
+  EXPECT_EQ(robot.getStateData("ts", stamp), 0);
+  EXPECT_GT(stamp, 0u);
+  double number = 5;
+  EXPECT_EQ(robot.getStateData("q_m", number), -1);
+  EXPECT_EQ(number, 5);
+  EXPECT_EQ(robot.getStateData("ts", joints), -1);
+  EXPECT_TRUE(joints.empty());
+  robot.stopReceiveRobotState();
+  EXPECT_EQ(textOf<clr::ApiException>([&] { robot.updateRobotState(1); }).substr(0, 9), "realtime:");
+}
+
+}  // namespace
+
+}  // namespace zivra::test
