@@ -1,0 +1,367 @@
+using System;
+using System.Collections.Generic;
+using System.Runtime.ExceptionServices;
+using System.Runtime.InteropServices;
+using System.Text;
+using System.Threading;
+
+namespace zivra.clr
+{
+    /// <summary>The five functions of the native library.</summary>
+    internal static unsafe class Native
+    {
+        private const string Library = "zivra_clr";
+
+        [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+        private delegate void InvokeDelegate(long number, IntPtr message, int size);
+
+        [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+        private delegate void DropDelegate(long number);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        private static extern ulong zivra_clr_schema();
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        private static extern void zivra_clr_callbacks(IntPtr invoke, IntPtr drop);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern int zivra_clr_call(long self, int operation, byte* input, int size, byte* output, int capacity);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern int zivra_clr_take(byte* output, int capacity);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        private static extern void zivra_clr_release(long self);
+
+        // Native code holds pointers to these as long as the process runs.
+        private static readonly InvokeDelegate invoke = Delegates.Invoke;
+        private static readonly DropDelegate drop = Delegates.Drop;
+        private static readonly object once = new object();
+        private static volatile bool ready;
+
+        /// <summary>Checks, once, that the native library is the one that this assembly was made with.</summary>
+        internal static void Ready()
+        {
+            if (ready) return;
+            lock (once)
+            {
+                if (ready) return;
+                if (zivra_clr_schema() != Schema.Number)
+                    throw new BadImageFormatException("The native library zivra_clr is of another build than zivra.clr.");
+                zivra_clr_callbacks(Marshal.GetFunctionPointerForDelegate(invoke), Marshal.GetFunctionPointerForDelegate(drop));
+                // No native thread may enter managed code that is coming down.
+                AppDomain.CurrentDomain.ProcessExit += (sender, e) => zivra_clr_callbacks(IntPtr.Zero, IntPtr.Zero);
+                ready = true;
+            }
+        }
+
+        /// <summary>Releases an object at most once, whatever thread comes first.</summary>
+        internal static void Release(ref long handle)
+        {
+            long number = Interlocked.Exchange(ref handle, 0);
+            if (number != 0) zivra_clr_release(number);
+        }
+    }
+
+    /// <summary>What native code may call, by the numbers that it was given.</summary>
+    internal static class Delegates
+    {
+        private static readonly Dictionary<long, Delegate> known = new Dictionary<long, Delegate>();
+        private static long last;
+
+        internal static long NewNumber() => Interlocked.Increment(ref last);
+
+        internal static void Keep(long number, Delegate one)
+        {
+            lock (known) known[number] = one;
+        }
+
+        internal static void Drop(long number)
+        {
+            lock (known) known.Remove(number);
+        }
+
+        /// <summary>How many are kept; for tests.</summary>
+        internal static int Count
+        {
+            get { lock (known) return known.Count; }
+        }
+
+        internal static void Invoke(long number, IntPtr message, int size)
+        {
+            try
+            {
+                Delegate one;
+                lock (known) if (!known.TryGetValue(number, out one)) return;
+                Call call = Call.Begin();
+                call.Take(message, size);
+                if (one is EventCallbackDelegate hears)
+                {
+                    call.Get(out Dictionary<string, object> info);
+                    call.End();
+                    hears(info);
+                }
+                else
+                {
+                    call.Get(out bool up);
+                    call.End();
+                    ((ConnectionHandlerDelegate)one)(up);
+                }
+            }
+            catch (Exception e)
+            {
+                // It mustn't leave through native frames: it ends the process as any unhandled exception does.
+                ThreadPool.UnsafeQueueUserWorkItem(state => ExceptionDispatchInfo.Capture((Exception)state).Throw(), e);
+            }
+        }
+    }
+
+    /// <summary>One call: its arguments, then its reply, in one buffer. Each thread keeps one for the next call.</summary>
+    internal sealed unsafe partial class Call
+    {
+        private const int KeepAtMost = 1 << 20;
+
+        [ThreadStatic]
+        private static Call free;
+
+        private byte[] buffer = new byte[1024];
+        private int length;
+        private int next;
+        private List<KeyValuePair<long, Delegate>> delegates;
+
+        internal static Call Begin()
+        {
+            Call call = free ?? new Call();
+            free = null;
+            call.length = 0;
+            return call;
+        }
+
+        internal void End()
+        {
+            if (buffer.Length <= KeepAtMost) free = this;
+        }
+
+        internal void Invoke(long self, int operation, string owner)
+        {
+            Native.Ready();
+            if (delegates != null) foreach (var one in delegates) Delegates.Keep(one.Key, one.Value);
+            fixed (byte* at = buffer) length = Native.zivra_clr_call(self, operation, at, length, at, buffer.Length);
+            if (length > buffer.Length)
+            {
+                buffer = new byte[length];
+                fixed (byte* at = buffer) Native.zivra_clr_take(at, buffer.Length);
+            }
+            next = 0;
+            Get(out int fault);
+            if (fault >= NotTaken && delegates != null) foreach (var one in delegates) Delegates.Drop(one.Key);
+            delegates = null;
+            if (fault == 0) return;
+            Get(out string text);
+            End();
+            throw Exception(fault, text, owner);
+        }
+
+        internal void Take(IntPtr message, int size)
+        {
+            Room(size);
+            Marshal.Copy(message, buffer, 0, size);
+            length = size;
+            next = 0;
+        }
+
+        /// <summary>From here on a fault tells that the native side never took the arguments.</summary>
+        private const int NotTaken = 100;
+
+        private static Exception Exception(int fault, string text, string owner)
+        {
+            switch (fault)
+            {
+                case 1: return new ApiException(text);
+                case 2: return new IndexOutOfRangeException(text);
+                case 3: return new NullReferenceException(text);
+                case 4: return new ArgumentNullException(null, text);
+                case 5: return new ArgumentException(text);
+                case 6: return new ArgumentOutOfRangeException(null, text);
+                case 7: return new NotSupportedException(text);
+                case 8: return new ExternalException(text);
+                case 9: return new OutOfMemoryException(text);
+                case NotTaken: return new ObjectDisposedException("zivra.clr." + owner);
+                case NotTaken + 1: return new InvalidCastException(text);
+                default: return new InvalidOperationException(text);
+            }
+        }
+
+        private void Room(int size)
+        {
+            int needed = checked(length + size);
+            if (needed > buffer.Length) Array.Resize(ref buffer, Math.Max(needed, buffer.Length < KeepAtMost ? 2 * buffer.Length : 0));
+        }
+
+        private Span<byte> Next(int size)
+        {
+            Room(size);
+            var place = new Span<byte>(buffer, length, size);
+            length += size;
+            return place;
+        }
+
+        internal void Put(bool v) => Next(1)[0] = v ? (byte)1 : (byte)0;
+        internal void Put(byte v) => Next(1)[0] = v;
+        internal void Put(ushort v) => BitConverter.TryWriteBytes(Next(2), v);
+        internal void Put(int v) => BitConverter.TryWriteBytes(Next(4), v);
+        internal void Put(uint v) => BitConverter.TryWriteBytes(Next(4), v);
+        internal void Put(long v) => BitConverter.TryWriteBytes(Next(8), v);
+        internal void Put(ulong v) => BitConverter.TryWriteBytes(Next(8), v);
+        internal void Put(float v) => BitConverter.TryWriteBytes(Next(4), v);
+        internal void Put(double v) => BitConverter.TryWriteBytes(Next(8), v);
+
+        internal void Put(string v)
+        {
+            if (v == null)
+            {
+                Put(-1);
+                return;
+            }
+            int size = Encoding.UTF8.GetByteCount(v);
+            Put(size);
+            Room(size);
+            length += Encoding.UTF8.GetBytes(v, 0, v.Length, buffer, length);
+        }
+
+        private void Block(Array v, int bytes)
+        {
+            Put(v.Length);
+            Room(bytes);
+            Buffer.BlockCopy(v, 0, buffer, length, bytes);
+            length += bytes;
+        }
+
+        internal void Put(byte[] v) => Block(v, v.Length);
+        internal void Put(int[] v) => Block(v, checked(4 * v.Length));
+        internal void Put(float[] v) => Block(v, checked(4 * v.Length));
+        internal void Put(double[] v) => Block(v, checked(8 * v.Length));
+
+        internal void Put(bool[] v)
+        {
+            Put(v.Length);
+            foreach (bool one in v) Put(one);
+        }
+
+        internal void Put(double[,] v)
+        {
+            Put(v.GetLength(0));
+            Put(v.GetLength(1));
+            foreach (double one in v) Put(one);
+        }
+
+        internal void PutDelegate(Delegate v)
+        {
+            long number = v == null ? 0 : Delegates.NewNumber();
+            if (v != null) (delegates ??= new List<KeyValuePair<long, Delegate>>()).Add(new KeyValuePair<long, Delegate>(number, v));
+            Put(number);
+        }
+
+        private int Advance(int size)
+        {
+            int at = next;
+            if (size < 0 || size > length - at) throw new InvalidOperationException("a reply of the native library is damaged");
+            next = at + size;
+            return at;
+        }
+
+        private int Count()
+        {
+            Get(out int n);
+            if (n < 0 || n > length - next) throw new InvalidOperationException("a reply of the native library is damaged");
+            return n;
+        }
+
+        internal void Get(out bool v) => v = buffer[Advance(1)] != 0;
+        internal void Get(out byte v) => v = buffer[Advance(1)];
+        internal void Get(out ushort v) => v = BitConverter.ToUInt16(buffer, Advance(2));
+        internal void Get(out int v) => v = BitConverter.ToInt32(buffer, Advance(4));
+        internal void Get(out uint v) => v = BitConverter.ToUInt32(buffer, Advance(4));
+        internal void Get(out long v) => v = BitConverter.ToInt64(buffer, Advance(8));
+        internal void Get(out ulong v) => v = BitConverter.ToUInt64(buffer, Advance(8));
+        internal void Get(out float v) => v = BitConverter.ToSingle(buffer, Advance(4));
+        internal void Get(out double v) => v = BitConverter.ToDouble(buffer, Advance(8));
+
+        internal void Get(out string v)
+        {
+            Get(out int size);
+            v = size == -1 ? null : Encoding.UTF8.GetString(buffer, Advance(size), size);
+        }
+
+        private T[] Block<T>(int width)
+        {
+            var v = new T[Count()];
+            int size = checked(width * v.Length);
+            Buffer.BlockCopy(buffer, Advance(size), v, 0, size);
+            return v;
+        }
+
+        internal void Get(out byte[] v) => v = Block<byte>(1);
+        internal void Get(out int[] v) => v = Block<int>(4);
+        internal void Get(out float[] v) => v = Block<float>(4);
+        internal void Get(out double[] v) => v = Block<double>(8);
+
+        internal void Get(out bool[] v)
+        {
+            v = new bool[Count()];
+            for (int i = 0; i < v.Length; i++) Get(out v[i]);
+        }
+
+        internal void Get(out double[,] v)
+        {
+            int rows = Count();
+            v = new double[rows, Count()];
+            for (int i = 0; i < rows; i++)
+                for (int k = 0; k < v.GetLength(1); k++) Get(out v[i, k]);
+        }
+
+        internal void Get(out ErrorCode v)
+        {
+            Get(out int value);
+            Get(out string message);
+            v = new ErrorCode(value, message);
+        }
+
+        internal void Get(out Dictionary<string, object> v)
+        {
+            int n = Count();
+            v = new Dictionary<string, object>(n);
+            for (; n > 0; n--)
+            {
+                Get(out string key);
+                Get(out byte kind);
+                switch (kind)
+                {
+                    case 0: Get(out int number); v[key] = number; break;
+                    case 1: Get(out double real); v[key] = real; break;
+                    case 2: Get(out string text); v[key] = text; break;
+                    case 3: Get(out bool truth); v[key] = truth; break;
+                    case 4: Get(out ErrorCode ec); v[key] = ec; break;
+                    default: throw new InvalidOperationException("a reply of the native library is damaged");
+                }
+            }
+        }
+
+        /// <summary>Appends what the call appended to the <c>args</c> of a move to the caller's own list.</summary>
+        internal void Change(MoveCommand v)
+        {
+            int n = Count();
+            for (int i = 0; i < n; i++)
+            {
+                Get(out double one);
+                if (i >= v.args.Count) v.args.Add(one);
+            }
+        }
+
+        internal void Change(List<MoveCommand> v)
+        {
+            int n = Count();
+            for (int i = 0; i < n; i++) Change(v[i]);
+        }
+    }
+}
