@@ -9,8 +9,6 @@ using internal::Operation;
 
 namespace {
 
-constexpr int protocolMismatch = -260;
-
 Json::Value texts(const std::vector<std::string>& list) {
   Json::Value value(Json::arrayValue);
   for (const std::string& text : list) value.append(text);
@@ -55,7 +53,7 @@ std::vector<RLProjectInfo> BaseRobot::projectsInfo(std::error_code& ec) noexcept
   std::vector<RLProjectInfo> projects;
   if (reply.failed()) return projects;
   if (!reply.value().isArray()) {
-    ec = {protocolMismatch, category()};
+    ec = internal::protocolMismatch();
     return projects;
   }
   for (const Json::Value& element : reply.value()) {

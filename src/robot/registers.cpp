@@ -12,7 +12,7 @@ using internal::Operation;
 
 namespace {
 
-constexpr int protocolMismatch = -260, readFailed = -17001, writeFailed = -17002;
+constexpr int readFailed = -17001, writeFailed = -17002;
 
 // True if a value of this JSON type is one of a register of T.
 template <class T>
@@ -88,7 +88,7 @@ internal::ForRegister<T> BaseRobot::readRegister(const std::string& name, unsign
   }
   const Json::Value& raw = internal::member(reply.value(), wanted);
   if (raw.isNull()) {
-    ec.assign(protocolMismatch, category());
+    ec = internal::protocolMismatch();
   } else if (const Code code = readRaw(raw, value); code != Code::success) {
     reply.fail(code);
   }

@@ -13,7 +13,6 @@ using internal::ToolName;
 
 namespace {
 
-constexpr int protocolMismatch = -260;
 constexpr int toolFailure = -50501;
 
 std::error_code controllerCode(int code) { return {code, category()}; }
@@ -109,7 +108,7 @@ Toolset BaseRobot::setToolset(const std::string& toolName, const std::string& wo
   Toolset found;
   if (!ec) {
     if (!internal::hasMember(reply.value(), "data")) {
-      ec = controllerCode(protocolMismatch);
+      ec = internal::protocolMismatch();
     } else if (internal::hasMember(reply.value(), "error")) {
       ec = controllerCode(toolFailure);
     } else if (internal::readToolset(data, found) != 0 || !internal::member(data, "end").isObject() ||
