@@ -35,8 +35,10 @@ class Writer {
   const std::vector<std::uint8_t>& bytes() const noexcept { return bytes_; }
   std::vector<std::uint8_t> takeBytes() noexcept { return std::move(bytes_); }
   void block(const void* data, std::size_t size) {
-    const auto* first = static_cast<const std::uint8_t*>(data);
-    bytes_.insert(bytes_.end(), first, first + size);
+    if (size == 0) return;
+    const std::size_t end = bytes_.size();
+    bytes_.resize(end + size);
+    std::memcpy(bytes_.data() + end, data, size);
   }
   template <class Number>
   void number(Number value) {
