@@ -3,7 +3,6 @@ using System.Collections.Concurrent;
 using System.Collections.Generic;
 using System.IO;
 using System.Linq;
-using System.Runtime.CompilerServices;
 using System.Threading;
 using System.Threading.Tasks;
 using Xunit;
@@ -11,6 +10,7 @@ using zivra.clr;
 
 namespace Zivra.Clr.Tests;
 
+[Collection("robots")]  // the delegates of events are the process's
 public sealed class RobotTest : IDisposable
 {
     private readonly Simulator simulator = new("tandi", "--speed-factor", "10");
@@ -163,29 +163,6 @@ public sealed class RobotTest : IDisposable
         Assert.True(SpinWait.SpinUntil(() => Volatile.Read(ref calls) > 3, TimeSpan.FromSeconds(20)));
         other.Dispose();
         await Assert.ThrowsAsync<ObjectDisposedException>(() => caller.WaitAsync(TimeSpan.FromSeconds(20)));
-    }
-
-    [MethodImpl(MethodImplOptions.NoInlining)]
-    private static WeakReference Watch(BaseRobot on, BlockingCollection<int> heard)
-    {
-        EventCallbackDelegate hears = info => heard.Add((int)info["ecode"]);
-        on.setEventWatcher(Event.logReporter, hears, out _);
-        return new WeakReference(hears);
-    }
-
-    [Fact]
-    public void DelegatesLiveAsLongAsTheNativeSideHasThem()
-    {
-        var heard = new BlockingCollection<int>();
-        WeakReference hears = Watch(robot, heard);
-        for (int i = 0; i < 3; i++)
-        {
-            GC.Collect();
-            GC.WaitForPendingFinalizers();
-        }
-        Assert.True(hears.IsAlive);
-        robot.setEventWatcher(Event.logReporter, null, out ec);
-        Assert.True(SpinWait.SpinUntil(() => { GC.Collect(); return !hears.IsAlive; }, TimeSpan.FromSeconds(10)));
     }
 
     [Fact]

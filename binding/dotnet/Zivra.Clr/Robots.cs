@@ -77,7 +77,7 @@ namespace zivra.clr
     /// robot.</summary>
     public partial class BaseEthercat : IDisposable
     {
-        private long handle;
+        internal long handle;
 
         internal BaseEthercat(long number) => handle = number;
 

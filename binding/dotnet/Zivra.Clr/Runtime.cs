@@ -46,13 +46,19 @@ namespace zivra.clr
             lock (once)
             {
                 if (ready) return;
-                if (zivra_clr_schema() != Schema.Number)
-                    throw new BadImageFormatException("The native library zivra_clr is of another build than zivra.clr.");
+                RefuseOtherThan(Schema.Number);
                 zivra_clr_callbacks(Marshal.GetFunctionPointerForDelegate(invoke), Marshal.GetFunctionPointerForDelegate(drop));
                 // No native thread may enter managed code that is coming down.
                 AppDomain.CurrentDomain.ProcessExit += (sender, e) => zivra_clr_callbacks(IntPtr.Zero, IntPtr.Zero);
                 ready = true;
             }
+        }
+
+        /// <summary>Throws unless the native library was made from the table with that number.</summary>
+        internal static void RefuseOtherThan(ulong expected)
+        {
+            if (zivra_clr_schema() != expected)
+                throw new BadImageFormatException("The native library zivra_clr is of another build than zivra.clr.");
         }
 
         /// <summary>Releases an object at most once, whatever thread comes first.</summary>
