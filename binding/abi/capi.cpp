@@ -6,6 +6,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "abi/registry.h"
@@ -16,6 +17,8 @@ using namespace zivra::clr::abi;
 namespace {
 
 thread_local std::vector<std::uint8_t> waiting;  // a reply that its caller had no room for
+thread_local std::vector<std::uint8_t> spare;    // the last reply's memory, for the next one
+constexpr std::size_t spareAtMost = 1 << 16;
 
 /// A reply is made outside of the thread's own storage: a delegate that an operation calls may call in here.
 void run(std::uint64_t self, std::int32_t operation, const void* in, std::int32_t size, Writer& reply) {
@@ -71,14 +74,17 @@ ZCLR_EXPORT void zivra_clr_callbacks(InvokeDelegate invoke, DropDelegate drop) n
 
 ZCLR_EXPORT std::int32_t zivra_clr_call(std::uint64_t self, std::int32_t operation, const void* in,
                                         std::int32_t size, void* out, std::int32_t capacity) noexcept {
-  Writer reply;
+  // A call from inside of a delegate finds nothing to spare, and leaves what it made.
+  Writer reply(std::exchange(spare, {}));
   runToReply(self, operation, in, size, reply);
   waiting.clear();
   const auto length = static_cast<std::int32_t>(reply.bytes().size());
-  if (length <= capacity)
-    std::memcpy(out, reply.bytes().data(), reply.bytes().size());
-  else
+  if (length > capacity) {
     waiting = reply.takeBytes();
+  } else {
+    std::memcpy(out, reply.bytes().data(), reply.bytes().size());
+    if (reply.bytes().capacity() <= spareAtMost) spare = reply.takeBytes();
+  }
   return length;
 }
 

@@ -31,6 +31,9 @@ class BoundaryFault : public std::exception {
 
 class Writer {
  public:
+  Writer() = default;
+  /// Writes into the memory of `old`, whose content goes.
+  explicit Writer(std::vector<std::uint8_t> old) noexcept : bytes_(std::move(old)) { bytes_.clear(); }
   void clear() noexcept { bytes_.clear(); }
   const std::vector<std::uint8_t>& bytes() const noexcept { return bytes_; }
   std::vector<std::uint8_t> takeBytes() noexcept { return std::move(bytes_); }

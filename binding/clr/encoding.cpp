@@ -1,5 +1,6 @@
 #include "clr/encoding.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstddef>
@@ -96,6 +97,12 @@ std::string validUtf8(std::string_view bytes) {
   std::string text;
   text.reserve(bytes.size());
   while (!bytes.empty()) {
+    // Most texts are ASCII: as much of it as there is at once.
+    const auto other = std::find_if(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) != 0; });
+    const auto plain = static_cast<std::size_t>(other - bytes.begin());
+    text += bytes.substr(0, plain);
+    bytes.remove_prefix(plain);
+    if (bytes.empty()) break;
     const Piece piece = firstPiece(bytes);
     text += piece.valid ? bytes.substr(0, piece.length) : std::string_view(replacement);
     bytes.remove_prefix(piece.length);
