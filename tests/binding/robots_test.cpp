@@ -75,9 +75,9 @@ Calls cobotChains() {
 }
 
 void expectNoObject(clr::BaseRobot& robot, const Calls& calls) {
-  for (const auto& [name, call] : calls) {
+  for (const auto& row : calls) {
     ErrorCode ec;
-    EXPECT_EQ(faultOf([&] { call(robot, ec); }), Fault::nullReference) << name;
+    EXPECT_EQ(faultOf([&] { row.second(robot, ec); }), Fault::nullReference) << row.first;
   }
 }
 
