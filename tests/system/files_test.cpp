@@ -53,8 +53,10 @@ TEST_F(FilesTest, TransfersOverTheirWholeLife) {
   controller().inject(sim::FileFault{.kind = FileKind::drop});
   EXPECT_EQ(send(service), -284);
   EXPECT_EQ(send(service), 0) << "made again where it is needed";
-  controller().inject(sim::FileFault{.kind = FileKind::delay, .delay = 150ms});
-  service.transfer->setAcknowledgementLimit(100ms);
+  // Small, so that it is the answer that comes too late, also on a slow machine.
+  write("file", std::string(1000, 'x'));
+  controller().inject(sim::FileFault{.kind = FileKind::delay, .delay = 1500ms});
+  service.transfer->setAcknowledgementLimit(1000ms);
   EXPECT_EQ(send(service), -285);
   service.transfer->setAcknowledgementLimit(300'000ms);
   EXPECT_EQ(send(service), 0);
