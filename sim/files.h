@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,12 +14,13 @@ struct ReceivedFile {
   std::vector<unsigned char> bytes;
 };
 
-// A file that was announced, and as much of it as has come.
+// A file that was announced, and what has come since, by link: the rest of a transfer that its client has
+// given up, on a link that it has closed, may be read after the next announcement, and is none of that file.
 struct IncomingFile {
   ReceivedFile file;
   std::string md5;
   std::uint64_t length = 0;
-  std::uint64_t link = 0;  // that brings it; 0: none yet
+  std::map<std::uint64_t, std::vector<unsigned char>> arrived;
 };
 
 }  // namespace zivra::sim

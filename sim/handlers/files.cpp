@@ -33,7 +33,7 @@ Reply announceFile(World& w, const Json::Value& parameter) {
   if (length.asUInt64() == 0 || length.asUInt64() > kLargestFile) return refuse(kTooLarge);
 
   // Whatever was on its way before isn't waited for any more.
-  w.incoming = IncomingFile{{*name, *function, *overwrite, {}}, *digest, length.asUInt64(), 0};
+  w.incoming = IncomingFile{{*name, *function, *overwrite, {}}, *digest, length.asUInt64(), {}};
   return ok();
 }
 

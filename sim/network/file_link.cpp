@@ -18,10 +18,9 @@ void FileLink::take(LinkId link, std::string_view bytes) {
   std::lock_guard lock(worldMutex_);
   auto& incoming = world_.incoming;
   // Bytes that nobody announced are nobody's file.
-  if (!incoming || (incoming->link != 0 && incoming->link != link)) return;
-  if (incoming->link == 0) ails_ = faults_.take();
-  incoming->link = link;
-  auto& arrived = incoming->file.bytes;
+  if (!incoming) return;
+  if (incoming->arrived.empty()) ails_ = faults_.take();
+  auto& arrived = incoming->arrived[link];
   const auto wanted = static_cast<std::size_t>(incoming->length) - arrived.size();
   arrived.insert(arrived.end(), bytes.begin(), bytes.begin() + std::min(wanted, bytes.size()));
   if (ails_ && ails_->kind == FileFault::Kind::drop && arrived.size() * 2 >= incoming->length) {
@@ -35,6 +34,7 @@ void FileLink::take(LinkId link, std::string_view bytes) {
 void FileLink::finish(LinkId link) {
   IncomingFile incoming = std::move(*world_.incoming);
   world_.incoming.reset();
+  incoming.file.bytes = std::move(incoming.arrived[link]);
   const auto& bytes = incoming.file.bytes;
   const std::string digest = hexText(md5({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
   const bool good = digest == incoming.md5 && !(ails_ && ails_->kind == FileFault::Kind::refuse);
@@ -52,7 +52,7 @@ void FileLink::acknowledge(LinkId link, bool good) {
 
 void FileLink::forget(LinkId link) {
   std::lock_guard lock(worldMutex_);
-  if (world_.incoming && world_.incoming->link == link) world_.incoming.reset();
+  if (world_.incoming) world_.incoming->arrived.erase(link);
 }
 
 }  // namespace zivra::sim

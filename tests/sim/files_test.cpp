@@ -94,7 +94,7 @@ TEST_F(FileLinkTest, ChecksTheBytesThatWereAnnounced) {
   EXPECT_EQ(transfer(large, announcement("\"demo\"", "10485760", '"' + hexText(md5(large)) + '"')), kSuccess);
 }
 
-TEST(FileLinks, OneLinkBringsAFileAndTakesItsHalfWithIt) {
+TEST(FileLinks, OneLinkBringsAWholeFile) {
   Bench bench;
   std::mutex mutex;
   FileLink link(bench.world, mutex);
@@ -103,13 +103,17 @@ TEST(FileLinks, OneLinkBringsAFileAndTakesItsHalfWithIt) {
   bench.command("ix.sdk.transferInit", announcement());
   hooks.bytes(1, "a");
   hooks.bytes(2, "bc");
-  EXPECT_TRUE(hooks.takeDeliveries().empty());
-  EXPECT_EQ(bench.world.incoming->file.bytes.size(), 1u);
+  EXPECT_TRUE(hooks.takeDeliveries().empty()) << "two halves on two links are no file";
+  EXPECT_EQ(bench.world.incoming->arrived[1].size(), 1u);
   hooks.closed(2);
-  EXPECT_TRUE(bench.world.incoming);
   hooks.closed(1);
-  EXPECT_FALSE(bench.world.incoming);
+  EXPECT_TRUE(bench.world.incoming->arrived.empty()) << "a half goes with its link";
   EXPECT_FALSE(bench.world.received);
+  hooks.bytes(3, "abc");
+  ASSERT_TRUE(bench.world.received);
+  EXPECT_FALSE(bench.world.incoming);
+  EXPECT_EQ(hooks.takeDeliveries().size(), 1u);
+  bench.world.received.reset();
   bench.command("ix.sdk.transferInit", announcement());
   hooks.bytes(2, "a");
   bench.command("ix.sdk.transferInit", announcement("\"other\""));
@@ -118,6 +122,13 @@ TEST(FileLinks, OneLinkBringsAFileAndTakesItsHalfWithIt) {
   ASSERT_TRUE(bench.world.received) << "a new announcement begins anew";
   EXPECT_EQ(bench.world.received->name, "other");
   EXPECT_EQ(bench.world.received->bytes.size(), 3u);
+  bench.world.received.reset();
+  bench.command("ix.sdk.transferInit", announcement());
+  hooks.bytes(2, "b");  // the rest of what was given up
+  hooks.bytes(4, "ab");
+  hooks.closed(2);
+  hooks.bytes(4, "c");
+  EXPECT_TRUE(bench.world.received) << "another link's rest doesn't spoil it";
 }
 
 TEST_F(FileLinkTest, Faults) {

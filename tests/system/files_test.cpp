@@ -53,6 +53,11 @@ TEST_F(FilesTest, TransfersOverTheirWholeLife) {
   controller().inject(sim::FileFault{.kind = FileKind::drop});
   EXPECT_EQ(send(service), -284);
   EXPECT_EQ(send(service), 0) << "made again where it is needed";
+  // No machine is through with it in that time: it is given up half sent.
+  service.transfer->setAcknowledgementLimit(1ms);
+  EXPECT_EQ(send(service), -285);
+  service.transfer->setAcknowledgementLimit(300'000ms);
+  EXPECT_EQ(send(service), 0) << "what was given up doesn't spoil the next one";
   // Small, so that it is the answer that comes too late, also on a slow machine.
   write("file", std::string(1000, 'x'));
   controller().inject(sim::FileFault{.kind = FileKind::delay, .delay = 1500ms});
