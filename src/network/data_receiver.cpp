@@ -100,11 +100,7 @@ unsigned DataReceiver::take(nanoseconds timeout) {
   if (!turn.held()) return 0;
   const auto length = receive(buffer, timeout);
   if (!length) return 0;
-  if (*length >= packetSize_) {
-    decode({buffer, packetSize_});
-  } else {
-    accept(buffer, *length);
-  }
+  if (const Accepted datagram = accept(buffer, *length); datagram.errors) throwFirstRtError(*datagram.errors);
   return static_cast<unsigned>(*length);
 }
 
@@ -120,9 +116,9 @@ unsigned DataReceiver::drain() {
   for (int i = 0; i < mostDrained; ++i) {
     const auto length = receive(buffer, none);
     if (!length) break;
-    if (*length >= packetSize_) ++whole;
-    const auto flags = accept(buffer, *length);
-    if (flags && !errors) errors = flags;
+    const Accepted datagram = accept(buffer, *length);
+    if (datagram.whole) ++whole;
+    if (datagram.errors && !errors) errors = datagram.errors;
   }
   const unsigned skipped = whole > 1 ? whole - 1 : 0;
   {
@@ -145,27 +141,28 @@ void DataReceiver::waitFirstState() {
 }
 
 void DataReceiver::decode(std::string_view bytes) {
-  if (bytes.size() < packetSize_) {
+  const Accepted datagram = accept(bytes.data(), bytes.size());
+  if (!datagram.whole) {
     throw RealtimeControlException(libraryMessage(Message::receiveFailed) +
                                    std::string("read form input stream error"));
   }
-  if (const auto flags = accept(bytes.data(), bytes.size())) throwFirstRtError(*flags);
+  if (datagram.errors) throwFirstRtError(*datagram.errors);
 }
 
-std::optional<DataReceiver::Flags> DataReceiver::accept(const char* bytes, std::size_t length) noexcept {
+DataReceiver::Accepted DataReceiver::accept(const char* bytes, std::size_t length) noexcept {
   const auto now = internal::platform::lastTick();
   const std::lock_guard lock(valuesMutex_);
   newest_ = now;
   ++health_.received;
   if (length < packetSize_) {
     ++health_.tooShort;
-    return std::nullopt;
+    return {};
   }
   const auto ts = numberAt<std::uint64_t>(bytes);
   // A controller that was restarted counts anew; that is no gap.
   if (newestTs_ && ts > *newestTs_) health_.largestGap = std::max(health_.largestGap, ts - *newestTs_);
   newestTs_ = ts;
-  return copyValues(bytes);
+  return {true, copyValues(bytes)};
 }
 
 std::optional<DataReceiver::Flags> DataReceiver::copyValues(const char* bytes) noexcept {

@@ -86,8 +86,13 @@ class DataReceiver : public UdpService {
   };
 
   unsigned take(std::chrono::nanoseconds timeout);
-  // Counts a datagram, and takes its values if it is whole. The error flags if one of them is set.
-  std::optional<Flags> accept(const char* bytes, std::size_t length) noexcept;
+  struct Accepted {
+    bool whole = false;
+    std::optional<Flags> errors;  // if one of them is set
+  };
+
+  // Counts a datagram, and takes its values if it is whole.
+  Accepted accept(const char* bytes, std::size_t length) noexcept;
   // With `valuesMutex_` held. What stands behind a set error flag isn't taken.
   std::optional<Flags> copyValues(const char* bytes) noexcept;
   template <class Take>

@@ -11,7 +11,7 @@ namespace zivra::internal {
 FileFault FileReader::open(const std::string& path, std::uint64_t maxSize) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(path, ignored)) return FileFault::unopened;
-  file_.reset(std::fopen(path.c_str(), "rb"));
+  file_.reset(std::fopen(path.c_str(), "rbe"));
   if (!file_) return FileFault::unopened;
   std::setvbuf(file_.get(), nullptr, _IONBF, 0);
   if (std::fseek(file_.get(), 0, SEEK_END) != 0) return FileFault::unread;

@@ -3,6 +3,7 @@
 
 #include <zivra/base_robot.h>
 
+#include "core/codes.h"
 #include "robot/operation.h"
 #include "robot/project_paths.h"
 
@@ -16,17 +17,16 @@ namespace {
 
 constexpr std::uint64_t largestFile = 10 * 1024 * 1024;
 
-constexpr int functionMismatch = -277, falseProject = -278, noSuchFile = -279, fileNotOpened = -280,
-              wrongFileType = -281, sendingFailed = -284, noSuchProject = -60005;
+constexpr int functionMismatch = -277, falseProject = -278, noSuchFile = -279, noSuchProject = -60005;
 
 // What the controller says of a file that it took up; any other word is a success.
 constexpr Word<int> projectWords[] = {{"function_error", functionMismatch},
                                       {"false_project_zip", falseProject}};
 constexpr Word<int> fileWords[] = {{"function_error", functionMismatch},
-                                   {"empty_data", sendingFailed},
-                                   {"wrong_file_type", wrongFileType},
+                                   {"empty_data", internal::failedToSend},
+                                   {"wrong_file_type", internal::wrongFileType},
                                    {"non-exist task", noSuchProject},
-                                   {"open_file_error", fileNotOpened}};
+                                   {"open_file_error", internal::unopenedFile}};
 
 bool exists(const std::string& path) {
   std::error_code ignored;
@@ -38,11 +38,11 @@ template <std::size_t n>
 std::string takeUp(Operation& op, const char* key, const Json::Value& request, const Word<int> (&words)[n],
                    const char* nameMember, std::error_code& ec) {
   auto reply = op.command(key, request);
-  if (reply.codeOrData().failed() || reply.isCode()) return {};
+  if (!reply.isData()) return {};
   const Json::Value& data = internal::member(reply.value(), "data");
   if (internal::hasMember(data, "f")) {
     const int code = internal::Reply(ec, internal::member(data, "f")).word(words, 0);
-    if (code != 0) ec = {code, category()};
+    if (code != 0) ec = internal::codeOf(code);
   }
   return internal::Reply(ec, internal::member(data, nameMember)).text();
 }
@@ -61,18 +61,18 @@ std::string BaseRobot::importProject(const std::string& file_path, bool overwrit
                                      std::error_code& ec) noexcept {
   Operation op(impl(), ec);
   if (!exists(file_path)) {
-    ec = {noSuchFile, category()};
+    ec = internal::codeOf(noSuchFile);
     op.noteError("importProject {} not exist", file_path);
     return {};
   }
   std::string name;
   if (!internal::projectNameOf(file_path, name)) {
-    ec = {wrongFileType, category()};
+    ec = internal::codeOf(internal::wrongFileType);
     op.noteError("importProject {} not zip", file_path);
     return {};
   }
   impl().service->sendFile(file_path, largestFile, description(name, "import_project", overwrite), ec,
-                           impl().transferProgress());
+                           *impl().transferProgress.get());
   if (ec) {
     op.noteError("importProject {} send file error ({})", file_path, ec);
     return {};
@@ -101,7 +101,7 @@ std::string BaseRobot::importFile(const std::string& src_file_path, const std::s
   const std::string source = internal::withSlashes(src_file_path);
   const std::string destination = internal::withSlashes(dest);
   if (!exists(source)) {
-    ec = {noSuchFile, category()};
+    ec = internal::codeOf(noSuchFile);
     op.noteError("importFile {} doesn't exist", source);
     return {};
   }
@@ -112,18 +112,18 @@ std::string BaseRobot::importFile(const std::string& src_file_path, const std::s
       op.noteError("importFile {} invalid dest", destination);
       return {};
     case ImportFault::projectFileExtension:
-      ec = {wrongFileType, category()};
+      ec = internal::codeOf(internal::wrongFileType);
       op.noteError("importFile {}, {} json/xml file extension error", source, destination);
       return {};
     case ImportFault::programExtension:
-      ec = {wrongFileType, category()};
+      ec = internal::codeOf(internal::wrongFileType);
       op.noteError("importFile {}, {} mod file extension error", source, destination);
       return {};
     case ImportFault::none:
       break;
   }
   impl().service->sendFile(source, largestFile, description(import.name, "import_project_file", overwrite),
-                           ec, impl().transferProgress());
+                           ec, *impl().transferProgress.get());
   if (ec) {
     op.noteError("importFile {}, {} ({})", source, destination, ec);
     return {};
@@ -156,18 +156,8 @@ void BaseRobot::removeFiles(const std::vector<std::string>& file_path_list, std:
   op.note("removeFiles {} ({})", paths, ec);
 }
 
-void BaseRobot::Impl::setTransferProgress(TransferProgress progress) {
-  const std::lock_guard lock(progressMutex_);
-  transferProgress_.swap(progress);  // what was set before ends with the parameter, after the lock
-}
-
-TransferProgress BaseRobot::Impl::transferProgress() const {
-  const std::lock_guard lock(progressMutex_);
-  return transferProgress_;
-}
-
 void BaseRobot::setTransferProgress(TransferProgress progress) {
-  impl().setTransferProgress(std::move(progress));
+  impl().transferProgress.set(std::move(progress));
 }
 
 }  // namespace zivra

@@ -6,6 +6,8 @@
 
 #include <zivra/error.h>
 
+#include "core/codes.h"
+
 namespace zivra::internal {
 
 namespace {
@@ -79,13 +81,11 @@ ImportFault planImport(const std::string& source, const std::string& destination
 std::error_code planRemoval(const std::string& path, Json::Value& entry) {
   const auto segments = segmentsOf(path);
   if (segments.size() < 3 || segments.size() > 4 || segments[0] != root) return Code::argumentInvalid;
-  // "project/P/" names no task; what a controller would make of an empty one is anybody's guess.
-  if (segments[2].empty()) return Code::argumentInvalid;
   Json::Value made;
   made["project"] = segments[1];
   made["task"] = segments[2];
   if (segments.size() == 4) {
-    if (extensionOf(segments[3]) != program) return {-281, category()};
+    if (extensionOf(segments[3]) != program) return codeOf(wrongFileType);
     made["file"] = segments[3];
   }
   entry = std::move(made);

@@ -21,7 +21,7 @@ bool readProject(const Json::Value& element, RLProjectInfo& project) {
   const Json::Value& tasks = internal::member(element, "tasks");
   if (!element.isObject() || !(name.isNull() || name.isString())) return false;
   project.name = internal::textOr(name);
-  if (!tasks.isArray()) return true;
+  if (project.name.empty() || !tasks.isArray()) return true;
   for (const Json::Value& task : tasks) {
     auto text = internal::asText(task);
     if (!text) return false;

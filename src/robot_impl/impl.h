@@ -17,6 +17,7 @@
 #include <zivra/base_robot.h>
 #include <zivra/types.h>
 
+#include "core/user_function.h"
 #include "motion_control/motion_control.h"
 #include "network/data_receiver.h"
 #include "network/xservice/xservice.h"
@@ -62,9 +63,9 @@ class BaseRobot::Impl {
   std::shared_ptr<MotionControl<1>> motion() const;
   // True once the robot was switched to program tasks.
   bool hasRlTask() const;
-  void setTransferProgress(TransferProgress progress);
-  TransferProgress transferProgress() const;
   internal::Logger* logger() const;  // of the link; stays valid as long as this object
+
+  internal::UserFunction<void(std::uint64_t done, std::uint64_t total)> transferProgress;
 
   // Type of the panel at the tool, asked for at first need; two threads may both ask.
   std::atomic<int> panelType{0};
@@ -101,9 +102,6 @@ class BaseRobot::Impl {
   mutable std::mutex motionMutex_;  // guards the pointers
   std::shared_ptr<MotionControl<1>> motion_;
   std::unique_ptr<MotionControl<2>> rlTask_;  // made once, within a turn
-
-  mutable std::mutex progressMutex_;
-  TransferProgress transferProgress_;
 
   std::mutex turnMutex_;
   std::condition_variable turnFree_;

@@ -36,7 +36,7 @@ void BaseUpgrade::exportBackup(const std::string& local_file_path, const std::se
 }
 
 void BaseUpgrade::setTransferProgress(std::function<void(std::uint64_t done, std::uint64_t total)> progress) {
-  impl_->setProgress(std::move(progress));
+  impl_->progress.set(std::move(progress));
 }
 
 }  // namespace zivra

@@ -1,7 +1,11 @@
 #include "upgrade/store_file.h"
 
-#include <cstdlib>
+#include <atomic>
+#include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
+#include <fmt/format.h>
+#include <string>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -12,11 +16,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The mode of a file that a program makes in the ordinary way.
-mode_t ordinaryMode() noexcept {
-  constexpr mode_t everybody = 0666, common = 022;
-  // The process's mask can only be read by changing it, which other threads would notice.
-  return everybody & ~common;
+// Makes a file that nobody has beside `target`, named in `path`; -1 if that fails.
+int makeBeside(const std::string& target, mode_t mode, std::string& path) {
+  constexpr int mostNames = 100;
+  static std::atomic<unsigned> counter{0};
+  for (int i = 0; i < mostNames; ++i) {
+    path = fmt::format("{}.{}-{}", target, ::getpid(), ++counter);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
 }
 
 bool writeAll(int fd, std::string_view bytes) noexcept {
@@ -39,12 +48,15 @@ bool storeFile(const std::string& path, std::string_view bytes) {
   if (exists && !fs::is_regular_file(status)) return false;  // a device isn't to be replaced
   if (exists) target = fs::canonical(target, error);         // a link stays one
   if (error && exists) return false;
+  // Putting another file in its place needs no right to write to it.
+  if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) return false;
 
-  std::string beside = target.string() + ".XXXXXX";
-  const int fd = ::mkstemp(beside.data());
+  // What is new has the mode that the process gives its files; what is replaced keeps its own.
+  std::string beside;
+  const int fd = makeBeside(target.string(), exists ? 0600 : 0666, beside);
   if (fd < 0) return false;
-  const mode_t mode = exists ? static_cast<mode_t>(status.permissions()) & 07777 : ordinaryMode();
-  bool done = writeAll(fd, bytes) && ::fchmod(fd, mode) == 0;
+  bool done = writeAll(fd, bytes);
+  if (exists) done = ::fchmod(fd, static_cast<mode_t>(status.permissions()) & 07777) == 0 && done;
   done = ::close(fd) == 0 && done;
   if (done) {
     fs::rename(beside, target, error);

@@ -6,8 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include <zivra/error.h>
-
+#include "core/codes.h"
 #include "core/json.h"
 #include "network/file_bytes.h"
 #include "upgrade/store_file.h"
@@ -18,10 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int protocolError = -257, unopenedFile = -280, wrongFileType = -281, oversizedFile = -283,
-              failedToSend = -284, unfinishedCommand = -320;
-
-std::error_code codeOf(int value) { return {value, category()}; }
+constexpr int protocolError = -257, unfinishedCommand = -320;
 
 const std::string& wireName(BackupItem item) {
   static const auto& names = *new std::unordered_map<BackupItem, std::string>{
@@ -56,11 +52,11 @@ Json::Value backupRequest(const std::set<BackupItem>& items) {
 
 // What the two answers to a package say together.
 std::error_code verdictOf(const Json::Value& report, const Json::Value& verdict) {
-  const Json::Value& arrived = member(member(report, "s"), "file_transfer");
-  const std::optional<double> number = asNumber(arrived);
-  if (!member(report, "s").isObject() || !(arrived.isNull() || asBool(arrived) || number))
-    return codeOf(protocolError);
-  if (!asBool(arrived).value_or(number.value_or(0) != 0)) return make_error_code(Code::updateFileInvalid);
+  const Json::Value& transfer = member(report, "s");
+  const Json::Value& flag = member(transfer, "file_transfer");
+  const std::optional<bool> arrived = flag.isNull() ? false : asTruth(flag);
+  if (!transfer.isObject() || !arrived) return codeOf(protocolError);
+  if (!*arrived) return make_error_code(Code::updateFileInvalid);
   if (asText(member(verdict, "upgrade")) != "ok") return make_error_code(Code::upgradeFailure);
   return codeOf(0);
 }
@@ -106,14 +102,9 @@ void UpgradeClient::connect(std::error_code& ec) noexcept try {
   ec = make_error_code(Code::network);
 }
 
-void UpgradeClient::setProgress(Progress progress) {
-  const std::lock_guard lock(mutex_);
-  progress_.swap(progress);
-}
-
 void UpgradeClient::tell(std::uint64_t done, std::uint64_t total) const noexcept {
   try {
-    if (telling_) telling_(done, total);
+    if (*telling_) (*telling_)(done, total);
   } catch (...) {
     // The caller's own affair.
   }
@@ -126,9 +117,7 @@ void UpgradeClient::operate(std::error_code& ec, Operation&& operation) noexcept
     return;
   }
   try {
-    std::unique_lock lock(mutex_);
-    telling_ = progress_;
-    lock.unlock();
+    telling_ = progress.get();
     ec = operation();
   } catch (...) {
     ec = std::make_error_code(std::errc::not_enough_memory);
@@ -183,7 +172,7 @@ std::error_code UpgradeClient::sendPackage(const std::string& path) {
     case FileFault::empty:
       return codeOf(wrongFileType);
     case FileFault::tooLarge:
-      return codeOf(oversizedFile);
+      return codeOf(badFileSize);
     case FileFault::unread:
       return codeOf(failedToSend);
   }

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -16,6 +15,7 @@
 
 #include <zivra/types.h>
 
+#include "core/user_function.h"
 #include "upgrade/backup_stream.h"
 #include "upgrade/chunk_reader.h"
 #include "upgrade/update_manager_tcp.h"
@@ -37,15 +37,14 @@ struct UpgradeLimits {
 
 class UpgradeClient {
  public:
-  using Progress = std::function<void(std::uint64_t done, std::uint64_t total)>;
-
   explicit UpgradeClient(const UpgradeLimits& limits = {});
 
   void connect(const std::string& host, std::error_code& ec) noexcept;  // and keeps the address
   void connect(std::error_code& ec) noexcept;
   void upgrade(const std::string& path, std::error_code& ec) noexcept;
   void exportBackup(const std::string& path, const std::set<BackupItem>& items, std::error_code& ec) noexcept;
-  void setProgress(Progress progress);
+
+  UserFunction<void(std::uint64_t done, std::uint64_t total)> progress;
 
  private:
   template <class Operation>
@@ -65,11 +64,10 @@ class UpgradeClient {
   std::atomic<bool> busy_{false};
   // The last conversation wasn't finished: what may still come of it must not meet the next one.
   std::atomic<bool> unfinished_{false};
-  Progress telling_;  // of the operation that runs
+  std::shared_ptr<const decltype(progress)::Function> telling_;  // of the operation that runs
 
-  std::mutex mutex_;  // of the two below
+  std::mutex mutex_;  // of the next
   std::string address_;
-  Progress progress_;
 };
 
 }  // namespace zivra::internal

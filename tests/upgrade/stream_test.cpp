@@ -141,7 +141,10 @@ struct Stored : testing::Test {
 };
 
 TEST_F(Stored, ReplacesWholeFilesOnly) {
+  const mode_t before = ::umask(077);
   EXPECT_TRUE(internal::storeFile("new", "one"));
+  ::umask(before);
+  EXPECT_EQ(std::filesystem::status("new").permissions(), std::filesystem::perms(0600));
   EXPECT_TRUE(internal::storeFile("new", "two"));
   EXPECT_EQ(read("new"), "two");
   std::filesystem::permissions("new", std::filesystem::perms::owner_all);
@@ -154,6 +157,10 @@ TEST_F(Stored, ReplacesWholeFilesOnly) {
   std::filesystem::create_directory("folder/inner");
   for (const char* path : {"folder", "missing/file", "", "new/file", "/dev/null"})
     EXPECT_FALSE(internal::storeFile(path, "four")) << path;
+  if (::geteuid() != 0) {  // who may do everything
+    std::filesystem::permissions("new", std::filesystem::perms::owner_read);
+    EXPECT_FALSE(internal::storeFile("new", "four"));
+  }
   EXPECT_EQ(entries(), 3u) << "something was left behind";
 }
 

@@ -94,7 +94,7 @@ TEST_F(Upgrade, PackagesGoOutInTheirPacket) {
   for (const std::string& package : {std::string("abc"), large}) {
     write("package", package);
     std::vector<std::uint64_t> done;
-    client->setProgress([&](std::uint64_t sent, std::uint64_t total) {
+    client->progress.set([&](std::uint64_t sent, std::uint64_t total) {
       EXPECT_EQ(total, package.size());
       done.push_back(sent);
       throw 1;  // nobody's business
@@ -155,7 +155,11 @@ TEST_F(Upgrade, Answers) {
 TEST_F(Upgrade, SilenceAndDeath) {
   write("package", "abc");
   for (const std::string& answers : {std::string(), arrived, std::string(200, '\0')}) {
-    connect(100ms);
+    // Long enough for the good operation that follows, on slow machines too.
+    UpgradeLimits limits = shortLimits(longestWait);
+    limits.firstAnswer = 1s;
+    if (answers == arrived) limits.secondAnswer = 100ms;
+    connect(limits);
     auto result = upgrade();
     packet();
     link.send(answers);
@@ -190,8 +194,10 @@ TEST_F(Upgrade, SilenceAndDeath) {
 TEST_F(Upgrade, PackagesThatCannotBeSent) {
   write("empty", "");
   std::filesystem::create_directory("directory");
+  write("huge", "");
+  std::filesystem::resize_file("huge", std::uint64_t{1} << 32);  // takes no room
   const std::pair<const char*, int> rows[] = {
-      {"empty", -281}, {"directory", -280}, {"missing", -280}, {"", -280}};
+      {"empty", -281}, {"directory", -280}, {"missing", -280}, {"", -280}, {"huge", -283}};
   for (const auto& [path, code] : rows) EXPECT_EQ(upgrade(path).get(), code) << path;
   client.reset();
   EXPECT_EQ(link.rest(), "");
@@ -381,7 +387,7 @@ TEST_F(Upgrade, ATargetThatCannotBeWritten) {
 TEST_F(Upgrade, ALargeBackupTellsItsProgress) {
   const std::string file(20'000'000, 'b');
   std::vector<std::uint64_t> done;
-  client->setProgress([&](std::uint64_t received, std::uint64_t total) {
+  client->progress.set([&](std::uint64_t received, std::uint64_t total) {
     EXPECT_EQ(total, file.size());
     done.push_back(received);
   });

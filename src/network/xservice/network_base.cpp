@@ -3,16 +3,15 @@
 #include <optional>
 #include <utility>
 
-#include <zivra/error.h>
+#include "core/codes.h"
 
 namespace zivra {
 
 namespace {
 
-constexpr char frameEnd = '\r';
-constexpr int failedToSend = -284, sendTimeout = -285;
+using internal::codeOf;
 
-std::error_code codeOf(int value) { return {value, category()}; }
+constexpr char frameEnd = '\r';
 
 }  // namespace
 
@@ -90,7 +89,7 @@ void XNetworkBase::sendAndWait(std::string&& bytes, std::error_code& ec, const P
   try {
     ec = send(std::move(bytes), progress);
   } catch (...) {
-    ec = codeOf(failedToSend);
+    ec = codeOf(internal::failedToSend);
     stop();
   }
   transfer_->end();
@@ -128,7 +127,7 @@ std::error_code XNetworkBase::send(std::string&& bytes, const Progress& progress
       const bool lost = transfer.lost || !left;
       lock.unlock();
       if (!lost && !(refused && whole)) stop();
-      return codeOf(refused || lost ? failedToSend : sendTimeout);
+      return codeOf(refused || lost ? internal::failedToSend : internal::sendTimeout);
     }
     inTime = transfer.transferDone.wait_until(lock, deadline, [&] { return transfer.news != seen; });
   }

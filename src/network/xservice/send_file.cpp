@@ -3,8 +3,7 @@
 #include <optional>
 #include <utility>
 
-#include <zivra/error.h>
-
+#include "core/codes.h"
 #include "core/json.h"
 #include "network/file_bytes.h"
 #include "network/xservice/core.h"
@@ -14,9 +13,7 @@ namespace zivra {
 
 namespace {
 
-constexpr int unopenedFile = -280, badFileSize = -283, failedToSend = -284;
-
-std::error_code codeOf(int value) { return {value, category()}; }
+using internal::codeOf;
 
 Json::Value announcementOf(const internal::FileBytes& file, const Json::Value& description) {
   Json::Value announcement(Json::objectValue);
@@ -58,14 +55,14 @@ void XService::sendFile(const std::string& path, std::uint64_t maxSize, const Js
     case internal::FileFault::none:
       break;
     case internal::FileFault::unopened:
-      ec = codeOf(unopenedFile);
+      ec = codeOf(internal::unopenedFile);
       return;
     case internal::FileFault::empty:
     case internal::FileFault::tooLarge:
-      ec = codeOf(badFileSize);
+      ec = codeOf(internal::badFileSize);
       return;
     case internal::FileFault::unread:
-      ec = codeOf(failedToSend);
+      ec = codeOf(internal::failedToSend);
       return;
   }
 
@@ -76,7 +73,7 @@ void XService::sendFile(const std::string& path, std::uint64_t maxSize, const Js
   ec = code ? codeOf(*code) : make_error_code(Code::responseUnresolved);
   if (!ec) transfer->sendAndWait(std::move(file.bytes), ec, progress);
 } catch (...) {
-  ec = codeOf(failedToSend);
+  ec = codeOf(internal::failedToSend);
 }
 
 XService::Core::TransferTurn::TransferTurn(Core& core) : core_(core) {
