@@ -15,6 +15,12 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Type of build" FORCE)
 endif()
 
+# In builds without optimisation GCC's precompiled headers bring __OPTIMIZE__ with them from fmt, which has a
+# pragma there; intrinsics behind it don't compile.
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
+endif()
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
