@@ -2,14 +2,13 @@
 // time passes as the test says.
 #pragma once
 
-#include <cmath>
 #include <gtest/gtest.h>
 #include <json/json.h>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "handlers/handlers.h"
+#include "sim/poses.h"
 #include "sim/raw_client.h"
 #include "world.h"
 
@@ -69,9 +68,5 @@ class Bench {
   static constexpr double kTick = 0.002;
   World world;
 };
-
-inline double distance(const Pose& a, const Pose& b) {
-  return std::hypot(a.trans[0] - b.trans[0], a.trans[1] - b.trans[1], a.trans[2] - b.trans[2]);
-}
 
 }  // namespace zivra::sim::test
