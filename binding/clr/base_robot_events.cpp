@@ -49,9 +49,7 @@ void BaseRobot::setEventWatcher(Event eventType, EventCallbackDelegate callback,
   const auto thunk = [kind](const zivra::EventInfo& info) {
     if (const auto delegate = delegates().get(kind)) delegate(_convertCallback(info));
   };
-  reporting(ec, [&](std::error_code& code) {
-    robot->setEventWatcher(static_cast<zivra::Event>(eventType), thunk, code);
-  });
+  reporting(ec, [&](std::error_code& code) { robot->setEventWatcher(eventType, thunk, code); });
 }
 
 void BaseRobot::setConnectionHandler(ConnectionHandlerDelegate handler) {

@@ -78,7 +78,7 @@ CartesianPosition convertCartesianPosition(const zivra::CartesianPosition& from)
 }
 
 zivra::CartesianPosition::Offset convertOffset(const CartesianPosition::Offset& from) {
-  return {static_cast<zivra::CartesianPosition::Offset::Type>(from.type), convertFrame(from.frame)};
+  return {from.type, convertFrame(from.frame)};
 }
 
 KeyPadState convertKeyPadState(const zivra::KeyPadState& from) {

@@ -65,8 +65,6 @@ template <class To, class From>
 To convert(const From& from) {
   if constexpr (std::is_same_v<To, From>) {
     return from;
-  } else if constexpr (std::is_enum_v<To> && std::is_enum_v<From>) {
-    return static_cast<To>(from);
   } else if constexpr (std::is_same_v<To, std::string>) {
     return convertString(from);
   } else if constexpr (std::is_same_v<From, std::string>) {

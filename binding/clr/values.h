@@ -41,7 +41,7 @@ struct Frame {
 
 struct CartesianPosition : Frame {
   struct Offset {
-    enum class Type : std::int32_t { none = 0, offs = 1, relTool = 2 };
+    using Type = zivra::CartesianPosition::Offset::Type;
 
     Type type = Type::none;
     Frame frame;

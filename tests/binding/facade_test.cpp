@@ -10,12 +10,6 @@ namespace zivra::test {
 
 namespace {
 
-using clr::Array;
-using clr::Array2;
-using clr::ErrorCode;
-using clr::Fault;
-using clr::List;
-using clr::String;
 using Bytes = Array<std::uint8_t>;
 using Robot = clr::TandiRobot;
 

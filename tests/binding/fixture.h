@@ -8,6 +8,13 @@
 
 namespace zivra::test {
 
+using clr::Array;
+using clr::Array2;
+using clr::ErrorCode;
+using clr::Fault;
+using clr::List;
+using clr::String;
+
 // The managed exception that a call ends with.
 template <class F>
 clr::Fault faultOf(const F& call) {

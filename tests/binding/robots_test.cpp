@@ -1,8 +1,6 @@
 // Every class of the layer against a controller of its kind: which native object a call goes to, how long
 // things live, and where events go.
-#include <array>
 #include <functional>
-#include <memory>
 #include <thread>
 
 #include "binding/fixture.h"
@@ -11,13 +9,6 @@
 namespace zivra::test {
 
 namespace {
-
-using clr::Array;
-using clr::Array2;
-using clr::ErrorCode;
-using clr::Fault;
-using clr::List;
-using clr::String;
 
 class Managed : public SystemTest {
  protected:
