@@ -4,7 +4,6 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
-#include <exception>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -79,21 +78,14 @@ void moveAt(const std::string& address, const std::string& localAddress) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  const bool help = arguments.size() == 1 && arguments[0] == "--help";
-  const bool local = arguments.size() == 3 && arguments[1] == "--local";
-  if (help || !(arguments.size() == 1 || local)) {
-    std::fputs(
-        "usage: first_move ADDRESS [--local ADDRESS]\n"
-        "Moves the 6-axis robot at ADDRESS around a little. --local: address of this machine to tell it.\n",
-        help ? stdout : stderr);
-    return help ? 0 : 2;
-  }
-  try {
-    moveAt(arguments[0], local ? arguments[2] : "");
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "first_move: %s\n", error.what());
-    return interrupted ? 130 : 1;
-  }
+  return runWithArguments(
+      argc, argv, "first_move",
+      "usage: first_move ADDRESS [--local ADDRESS]\n"
+      "Moves the 6-axis robot at ADDRESS around a little. --local: address of this machine to tell it.\n",
+      [](const Arguments& arguments) {
+        const bool local = arguments.size() == 3 && arguments[1] == "--local";
+        if (!(arguments.size() == 1 || local)) return false;
+        moveAt(arguments[0], local ? arguments[2] : "");
+        return true;
+      });
 }

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -251,22 +252,31 @@ inline void withMovingRobot(const std::string& address, const std::string& local
   });
 }
 
-// The exit code of a program that takes an address: 0, 1 for what went wrong, 2 for wrong arguments, 130 if
-// interrupted. `help` begins with the program's usage.
-inline int runProgram(int argc, char** argv, const std::string& name, const std::string& help,
-                      const std::function<void(const std::string& address)>& work) {
-  const bool wanted = argc == 2 && argv[1] == std::string("--help");
-  if (wanted || argc != 2) {
-    std::fputs(help.c_str(), wanted ? stdout : stderr);
-    return wanted ? 0 : 2;
-  }
+// The exit code of a program: 0, 1 for what went wrong, 2 for wrong arguments, 130 if interrupted. `help`
+// begins with the program's usage; `work` gives false for arguments that it doesn't take.
+using Arguments = std::vector<std::string>;
+inline int runWithArguments(int argc, char** argv, const std::string& name, const std::string& help,
+                            const std::function<bool(const Arguments&)>& work) {
+  const Arguments arguments(argv + 1, argv + argc);
+  const bool wanted = arguments == Arguments{"--help"};
   try {
-    work(argv[1]);
-    return 0;
+    if (!wanted && work(arguments)) return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s: %s\n", name.c_str(), error.what());
     return interrupted ? 130 : 1;
   }
+  std::fputs(help.c_str(), wanted ? stdout : stderr);
+  return wanted ? 0 : 2;
+}
+
+// The same of a program that takes an address and nothing else.
+inline int runProgram(int argc, char** argv, const std::string& name, const std::string& help,
+                      const std::function<void(const std::string& address)>& work) {
+  return runWithArguments(argc, argv, name, help, [&work](const Arguments& arguments) {
+    if (arguments.size() != 1) return false;
+    work(arguments[0]);
+    return true;
+  });
 }
 
 }  // namespace example

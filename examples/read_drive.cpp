@@ -4,11 +4,9 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include <zivra/zivra.h>
 
@@ -91,35 +89,32 @@ void readDrive(zivra::BaseEthercat& bus, int slave) {
   std::printf("%zu slaves, %d objects of slave %d read\n", slaves.size(), read, slave);
 }
 
+bool readSlave(const std::string& text, int& slave) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), slave);
+  return error == std::errc() && end == text.data() + text.size() && slave >= 0 && slave <= 65535;
+}
+
+void readDriveAt(const std::string& address, int slave) {
+  zivra::TandiRobot robot;
+  connect(robot, address);
+  zivra::BaseEthercat bus = robot.ethercat();  // has a link of its own and no need of the robot any more
+  std::error_code ec;
+  robot.disconnectFromRobot(ec);
+  readDrive(bus, slave);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  const bool help = arguments.size() == 1 && arguments[0] == "--help";
-  int slave = 1;
-  bool good = !help && (arguments.size() == 1 || (arguments.size() == 3 && arguments[1] == "--slave"));
-  if (good && arguments.size() == 3) {
-    const std::string& text = arguments[2];
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), slave);
-    good = error == std::errc() && end == text.data() + text.size() && slave >= 0 && slave <= 65535;
-  }
-  if (!good) {
-    std::fputs(
-        "usage: read_drive ADDRESS [--slave NUMBER]\n"
-        "Lists the EtherCAT slaves of the 6-axis robot at ADDRESS and reads objects of one of them (1).\n",
-        help ? stdout : stderr);
-    return help ? 0 : 2;
-  }
-  try {
-    zivra::TandiRobot robot;
-    connect(robot, arguments[0]);
-    zivra::BaseEthercat bus = robot.ethercat();  // has a link of its own and no need of the robot any more
-    std::error_code ec;
-    robot.disconnectFromRobot(ec);
-    readDrive(bus, slave);
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "read_drive: %s\n", error.what());
-    return 1;
-  }
+  return runWithArguments(
+      argc, argv, "read_drive",
+      "usage: read_drive ADDRESS [--slave NUMBER]\n"
+      "Lists the EtherCAT slaves of the 6-axis robot at ADDRESS and reads objects of one of them (1).\n",
+      [](const Arguments& arguments) {
+        int slave = 1;
+        const bool chosen = arguments.size() == 3 && arguments[1] == "--slave";
+        if (!(arguments.size() == 1 || chosen) || (chosen && !readSlave(arguments[2], slave))) return false;
+        readDriveAt(arguments[0], slave);
+        return true;
+      });
 }

@@ -279,23 +279,16 @@ bool readArguments(const std::vector<std::string>& arguments, Settings& settings
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  const bool help = arguments.size() == 1 && arguments[0] == "--help";
-  Settings settings;
-  if (help || !readArguments(arguments, settings)) {
-    std::fputs(
-        "usage: record_motion ADDRESS [--csv FILE] [--picture FILE]\n"
-        "Moves the 6-axis robot at ADDRESS and records its state every millisecond: as a table, motion.csv,\n"
-        "and as a picture that gnuplot draws, motion.svg.\n"
-        "A picture's name ends in .svg or .png.\n",
-        help ? stdout : stderr);
-    return help ? 0 : 2;
-  }
-  try {
-    recordTo(settings);
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "record_motion: %s\n", error.what());
-    return interrupted ? 130 : 1;
-  }
+  return runWithArguments(
+      argc, argv, "record_motion",
+      "usage: record_motion ADDRESS [--csv FILE] [--picture FILE]\n"
+      "Moves the 6-axis robot at ADDRESS and records its state every millisecond: as a table, motion.csv,\n"
+      "and as a picture that gnuplot draws, motion.svg.\n"
+      "A picture's name ends in .svg or .png.\n",
+      [](const Arguments& arguments) {
+        Settings settings;
+        if (!readArguments(arguments, settings)) return false;
+        recordTo(settings);
+        return true;
+      });
 }

@@ -1,7 +1,6 @@
 // Reads and writes a register of the controller's: one value of it and the whole array. What was there before
 // is put back at the end. The robot doesn't move.
 #include <cstdio>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -74,21 +73,14 @@ void useRegisterAt(const std::string& address, const std::string& name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  const bool help = arguments.size() == 1 && arguments[0] == "--help";
-  if (help || arguments.empty() || arguments.size() > 2) {
-    std::fputs(
-        "usage: registers ADDRESS [NAME]\n"
-        "Writes the register NAME of the 6-axis robot at ADDRESS and restores it. NAME is an array of int, "
-        "int_array if not given.\n",
-        help ? stdout : stderr);
-    return help ? 0 : 2;
-  }
-  try {
-    useRegisterAt(arguments[0], arguments.size() == 2 ? arguments[1] : "int_array");
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "registers: %s\n", error.what());
-    return 1;
-  }
+  return runWithArguments(
+      argc, argv, "registers",
+      "usage: registers ADDRESS [NAME]\n"
+      "Writes the register NAME of the 6-axis robot at ADDRESS and restores it. NAME is an array of int, "
+      "int_array if not given.\n",
+      [](const Arguments& arguments) {
+        if (arguments.empty() || arguments.size() > 2) return false;
+        useRegisterAt(arguments[0], arguments.size() == 2 ? arguments[1] : "int_array");
+        return true;
+      });
 }

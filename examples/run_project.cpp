@@ -7,13 +7,11 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <thread>
-#include <vector>
 
 #include <zivra/zivra.h>
 
@@ -161,23 +159,15 @@ void runAt(const std::string& address, const std::string& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  const bool help = arguments.size() == 1 && arguments[0] == "--help";
-  if (help || arguments.empty() || arguments.size() > 2) {
-    std::fputs(
-        "usage: run_project ADDRESS [PROJECT.zip]\n"
-        "Brings a program project to the 6-axis robot at ADDRESS and runs it; without one it runs the "
-        "project "
-        "\"demo\"\nthat the simulated controller has from the start.\n"
-        "The robot moves as the program says: know it before you run it.\n",
-        help ? stdout : stderr);
-    return help ? 0 : 2;
-  }
-  try {
-    runAt(arguments[0], arguments.size() == 2 ? arguments[1] : "");
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "run_project: %s\n", error.what());
-    return interrupted ? 130 : 1;
-  }
+  return runWithArguments(
+      argc, argv, "run_project",
+      "usage: run_project ADDRESS [PROJECT.zip]\n"
+      "Brings a program project to the 6-axis robot at ADDRESS and runs it; without one it runs the "
+      "project \"demo\"\nthat the simulated controller has from the start.\n"
+      "The robot moves as the program says: know it before you run it.\n",
+      [](const Arguments& arguments) {
+        if (arguments.empty() || arguments.size() > 2) return false;
+        runAt(arguments[0], arguments.size() == 2 ? arguments[1] : "");
+        return true;
+      });
 }
