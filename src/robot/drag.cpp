@@ -88,19 +88,14 @@ void BaseCobot::saveRecordPath(const std::string& name, std::error_code& ec,
 
 void BaseCobot::replayPath(const std::string& name, double rate, std::error_code& ec) noexcept {
   Operation op(impl(), ec, "replayPath {}, {}", name, rate);
-  const auto motion = impl().motion();
-  const MotionControlMode mode = impl().mode;
-  if (!motion) {
-    ec = Code::notConnected;
-  } else if (mode != MotionControlMode::Idle && mode != MotionControlMode::NrtCommand) {
-    ec = Code::motionControlMode;
-    op.error("replayPath control mode error {} ({})", mode, ec);
-  } else {
+  if (const auto motion = impl().motionForMoves(ec)) {
     Json::Value replay;
     replay["name"] = name;
     replay["rate"] = rate;
     motion->appendReplay(replay);
     op.end("replayPath end, name: {}, rate: {} ({})", name, rate, ec);
+  } else if (ec == Code::motionControlMode) {
+    op.error("replayPath control mode error {} ({})", impl().mode.load(), ec);
   }
 }
 

@@ -9,15 +9,7 @@ using internal::Operation;
 
 template <class T>
 void BaseRobot::moveAppend(const std::vector<T>& commands, std::string& cmdID, std::error_code& ec) noexcept {
-  const auto motion = impl().motion();
-  const MotionControlMode mode = impl().mode;
-  if (!motion) {
-    ec = Code::notConnected;
-  } else if (mode != MotionControlMode::Idle && mode != MotionControlMode::NrtCommand) {
-    ec = Code::motionControlMode;
-  } else {
-    motion->appendCommand(commands, cmdID, ec);
-  }
+  if (const auto motion = impl().motionForMoves(ec)) motion->appendCommand(commands, cmdID, ec);
 }
 
 void BaseRobot::moveAppend(const MoveWaitCommand& command, std::string& cmdID, std::error_code& ec) noexcept {

@@ -61,6 +61,8 @@ class BaseRobot::Impl {
 
   // Null before the first connection.
   std::shared_ptr<MotionControl<1>> motion() const;
+  // The same for moves, which not every mode takes; null with the reason in `ec`.
+  std::shared_ptr<MotionControl<1>> motionForMoves(std::error_code& ec) const;
   // True once the robot was switched to program tasks.
   bool hasRlTask() const;
   internal::Logger* logger() const;  // of the link; stays valid as long as this object

@@ -76,6 +76,18 @@ void BaseRobot::Impl::switchMode(MotionControlMode wanted, std::error_code& ec) 
   if (!ec) mode = wanted;
 }
 
+std::shared_ptr<MotionControl<1>> BaseRobot::Impl::motionForMoves(std::error_code& ec) const {
+  auto control = motion();
+  const MotionControlMode current = mode;
+  if (!control) {
+    ec = Code::notConnected;
+  } else if (current != MotionControlMode::Idle && current != MotionControlMode::NrtCommand) {
+    ec = Code::motionControlMode;
+    control.reset();
+  }
+  return control;
+}
+
 bool BaseRobot::Impl::hasRlTask() const {
   const std::lock_guard lock(motionMutex_);
   return rlTask_ != nullptr;
