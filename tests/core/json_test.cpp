@@ -12,6 +12,7 @@
 
 #include "core/comma_locale.h"
 #include "core/json_text.h"
+#include "core/json_values.h"
 
 namespace {
 
@@ -30,18 +31,6 @@ bool readByJsoncpp(const std::string& text, Json::Value& value) {
   return Json::Reader().parse(text, value, false);
 }
 #pragma GCC diagnostic pop
-
-std::string textOf(const Json::Value& value) {
-  std::string out;
-  appendJson(out, value);
-  return out;
-}
-
-Json::Value parsed(const std::string& text) {
-  Json::Value value;
-  EXPECT_TRUE(JsonParser().parse(text, value)) << text;
-  return value;
-}
 
 TEST(JsonText, NumbersAsJsoncppWritesThem) {
   using Limits = std::numeric_limits<double>;

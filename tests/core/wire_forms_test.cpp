@@ -8,24 +8,13 @@
 
 #include "core/json.h"
 #include "core/json_text.h"
+#include "core/json_values.h"
 
 namespace {
 
 using namespace zivra;
 using namespace zivra::internal;
 using Offset = CartesianPosition::Offset;
-
-std::string textOf(const Json::Value& value) {
-  std::string out;
-  appendJson(out, value);
-  return out;
-}
-
-Json::Value parsed(const std::string& text) {
-  Json::Value value;
-  EXPECT_TRUE(JsonParser().parse(text, value)) << text;
-  return value;
-}
 
 std::string pointText(const CartesianPosition& position, const Offset& offset = {}) {
   std::string out;

@@ -43,6 +43,15 @@ struct XServiceLinkTest : LinkTest {
     peerLink.send(replyTo(peerLink.frame().value_or(""), "1"));
     EXPECT_FALSE(asked.get().ec);
   }
+  // One that doesn't read: its socket is full soon, and from then on frames with `longBody` wait in the
+  // queue.
+  void makePeerDeaf() {
+    peer.takeLittle();
+    peerLink.close();
+    peerLink = peer.accept();
+    ASSERT_TRUE(eventually([this] { return service.connected(); }));
+  }
+  const std::string longBody = std::string(100'000, 'b');
 };
 
 TEST_F(XServiceLinkTest, RepliesFindTheirOwnWaiters) {
@@ -160,16 +169,11 @@ TEST_F(XServiceLinkTest, DropWakesEveryWaiterAtOnceAndTheLinkComesBack) {
 }
 
 TEST_F(XServiceLinkTest, RequestsThatFailedAreNotCarriedOutLater) {
-  // A peer that doesn't read: its socket is full soon, and from then on frames wait in the queue.
-  peer.takeLittle();
-  peerLink.close();
-  peerLink = peer.accept();
-  ASSERT_TRUE(eventually([this] { return service.connected(); }));
-  const std::string body(100'000, 'b');
+  makePeerDeaf();
   std::error_code ec;
   std::size_t stuck = 0;
   while (stuck < 64) {
-    service.commandAsync("fill", body, {}, ec);
+    service.commandAsync("fill", longBody, {}, ec);
     ASSERT_FALSE(ec);
     ++stuck;
   }
@@ -192,13 +196,9 @@ TEST_F(XServiceLinkTest, RequestsThatFailedAreNotCarriedOutLater) {
 }
 
 TEST_F(XServiceLinkTest, NothingQueuedBeforeADropGoesOutAfterIt) {
-  peer.takeLittle();
-  peerLink.close();
-  peerLink = peer.accept();
-  ASSERT_TRUE(eventually([this] { return service.connected(); }));
-  const std::string body(100'000, 'b');
+  makePeerDeaf();
   std::error_code ec;
-  for (int i = 0; i < 64; ++i) service.commandAsync("before", body, {}, ec);
+  for (int i = 0; i < 64; ++i) service.commandAsync("before", longBody, {}, ec);
   std::vector<std::future<Asked>> asked;
   for (int i = 0; i < 8; ++i) asked.push_back(ask("before"));
   peerLink.reset();

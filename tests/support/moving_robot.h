@@ -1,6 +1,7 @@
 // A robot that is ready to move, and what is heard of its moves.
 #pragma once
 
+#include <any>
 #include <gtest/gtest.h>
 #include <string>
 #include <system_error>
@@ -41,6 +42,15 @@ class MovingRobot {
     return id;
   }
 };
+
+// Keeps that member of each of the event's tables in `heard`, which outlives the robot.
+template <class T>
+void hear(BaseRobot& robot, Event event, const char* member, Heard<T>& heard) {
+  std::error_code ec;
+  robot.setEventWatcher(
+      event, [&heard, member](const EventInfo& table) { heard.add(std::any_cast<T>(table.at(member))); }, ec);
+  EXPECT_FALSE(ec) << ec.message();
+}
 
 // `from` moved by that much.
 CartesianPosition shifted(CartesianPosition from, double x, double y, double z);

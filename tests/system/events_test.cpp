@@ -17,9 +17,7 @@ TEST_F(Events, ACollisionIsHeard) {
   MovingRobot moving(address());
   TandiRobot& robot = moving.robot;
   Ec& ec = moving.ec;
-  robot.setEventWatcher(
-      Event::safety, [&](const EventInfo& table) { collided.add(std::any_cast<bool>(table.at("collided"))); },
-      ec);
+  hear(robot, Event::safety, "collided", collided);
   moving.append({MoveLCommand(shifted(moving.here(), 0.1, 0, 0), 20)});
   robot.moveStart(ec);
   EXPECT_TRUE(eventually([&] { return robot.operationState(ec) == OperationState::moving; }));
@@ -35,12 +33,8 @@ TEST_F(Events, ProgramAndLogAreHeardOnlyByThoseWhoWatch) {
   Heard<std::string> heard;
   TandiRobot robot(address()), other(address());
   Ec ec;
-  robot.setEventWatcher(
-      Event::rlExecution,
-      [&](const EventInfo& table) { heard.add(std::any_cast<std::string>(table.at("executeFile"))); }, ec);
-  robot.setEventWatcher(
-      Event::logReporter,
-      [&](const EventInfo& table) { heard.add(std::any_cast<std::string>(table.at("edetail"))); }, ec);
+  hear(robot, Event::rlExecution, "executeFile", heard);
+  hear(robot, Event::logReporter, "edetail", heard);
   // Watches aren't awaited; an answer comes after they have been read.
   robot.powerState(ec);
   controller.push("project.tasks_pointer",

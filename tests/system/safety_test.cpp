@@ -1,6 +1,4 @@
 // What protects: limits of the axes, and collisions that the controller notices.
-#include <any>
-
 #include "system/fixture.h"
 
 namespace zivra::test {
@@ -62,9 +60,7 @@ TEST_F(Safety, ATouchPausesOrEndsTheMove) {
   MovingRobot moving(address());
   TandiRobot& robot = moving.robot;
   Ec& ec = moving.ec;
-  robot.setEventWatcher(
-      Event::safety, [&](const EventInfo& table) { collided.add(std::any_cast<bool>(table.at("collided"))); },
-      ec);
+  hear(robot, Event::safety, "collided", collided);
   constexpr std::array<double, 6> sensitivity{1, 1, 1, 1, 1, 1};
   EXPECT_FALSE(controller.touch(500)) << "detection is off";
   robot.enableCollisionDetection(sensitivity, StopLevel::stop2, 0, ec);
