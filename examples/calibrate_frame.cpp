@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include <zivra/zivra.h>
 

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include <zivra/zivra.h>
 

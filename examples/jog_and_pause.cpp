@@ -2,7 +2,6 @@
 //
 // The robot really moves: to a pose with the tool pointing down, then within 20 cm of that place.
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <string>

@@ -1,9 +1,7 @@
 // Reads the controller's whole user log, page by page, newest first. Nothing moves.
 #include <cstdio>
-#include <set>
 #include <string>
 #include <system_error>
-#include <vector>
 
 #include <zivra/zivra.h>
 

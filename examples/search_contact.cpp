@@ -4,7 +4,6 @@
 // The robot really moves: to a pose with the tool pointing down, and from there down until it touches
 // something, for at most 20 s.
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <future>
 #include <string>

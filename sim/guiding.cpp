@@ -1,7 +1,6 @@
 #include "guiding.h"
 
 #include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
 #include <utility>
 

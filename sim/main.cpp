@@ -2,7 +2,6 @@
 #include <atomic>
 #include <charconv>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <fmt/format.h>
 #include <optional>

@@ -1,6 +1,5 @@
 #include "protection.h"
 
-#include <algorithm>
 #include <cmath>
 #include <kdl/frames.hpp>
 #include <utility>

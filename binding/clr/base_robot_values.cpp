@@ -1,5 +1,4 @@
 // Operations that exist once for each type of value.
-#include <type_traits>
 
 #include "clr/base_robot.h"
 #include "clr/facade.h"

@@ -1,5 +1,4 @@
 // Questions about the arm's kinematics. Nothing moves.
-#include <array>
 #include <fmt/format.h>
 
 #include "handlers/handlers.h"

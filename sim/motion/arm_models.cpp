@@ -1,6 +1,5 @@
 // The arms of the simulated controller. Every arm stands straight up with all axes at zero; positive angles
 // of the bending axes lean it forward, along x.
-#include <cmath>
 #include <kdl/joint.hpp>
 #include <kdl/segment.hpp>
 #include <stdexcept>

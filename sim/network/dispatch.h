@@ -3,7 +3,6 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <json/json.h>
 #include <list>
 #include <map>

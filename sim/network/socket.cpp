@@ -8,7 +8,6 @@
 #include <netinet/tcp.h>
 #include <stdexcept>
 #include <sys/socket.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace zivra::sim {

@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <limits>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 #include <zivra/base_robot.h>

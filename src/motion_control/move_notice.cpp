@@ -4,7 +4,6 @@
 #include <charconv>
 #include <limits>
 #include <string_view>
-#include <utility>
 
 #include "core/json.h"
 

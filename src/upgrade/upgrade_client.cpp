@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <optional>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "core/codes.h"

@@ -2,9 +2,7 @@
 #include "network/data_receiver.h"
 
 #include <future>
-#include <numeric>
 #include <sstream>
-#include <thread>
 
 #include <zivra/error.h>
 #include <zivra/local_address.h>

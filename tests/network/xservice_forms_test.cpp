@@ -3,7 +3,6 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <limits>
-#include <thread>
 
 #include <zivra/error.h>
 

@@ -1,7 +1,6 @@
 // What becomes of a robot whose link drops, and of calls made where they can't be made.
 #include <atomic>
 #include <future>
-#include <thread>
 
 #include "robot/fixture.h"
 

@@ -1,5 +1,4 @@
 // Collision detection, limits of the axes, zero of the force sensors.
-#include <limits>
 
 #include "robot/fixture.h"
 #include "support/wire_case.h"

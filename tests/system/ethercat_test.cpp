@@ -1,5 +1,4 @@
 // EtherCAT slaves of a simulated controller, over links of their own.
-#include <optional>
 #include <thread>
 
 #include "system/fixture.h"

@@ -1,5 +1,4 @@
 // A path that is taught by hand, kept, and replayed.
-#include <algorithm>
 
 #include "system/fixture.h"
 

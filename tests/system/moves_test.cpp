@@ -1,5 +1,4 @@
 // Moves from the call to the finish that the application hears.
-#include <atomic>
 #include <cmath>
 
 #include "system/fixture.h"

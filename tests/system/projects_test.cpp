@@ -1,6 +1,5 @@
 // Programs: from a file here to moves there.
 #include <any>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 

@@ -10,7 +10,6 @@
 #include <functional>
 #include <json/json.h>
 #include <mutex>
-#include <optional>
 #include <unordered_map>
 
 #include "network/platform.h"

@@ -1,5 +1,4 @@
 // Bringing a file to the controller: announced on the command link, sent on the file link.
-#include <chrono>
 #include <optional>
 #include <utility>
 

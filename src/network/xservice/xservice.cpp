@@ -1,7 +1,6 @@
 #include "network/xservice/xservice.h"
 
 #include <fmt/format.h>
-#include <new>
 #include <optional>
 #include <utility>
 
