@@ -14,11 +14,8 @@ void BaseRobot::disconnectFromRobot(std::error_code& ec) noexcept { impl().disco
 void BaseRobot::setEventWatcher(Event event, EventCallback callback, std::error_code& ec) noexcept {
   ec.clear();
   if (event != Event::moveExecution) return impl().events->armEvent(event, std::move(callback));
-  const auto motion = impl().motion();
-  if (!motion) {
-    ec = Code::notConnected;
-    return;
-  }
+  const auto motion = impl().motion(ec);
+  if (!motion) return;
   impl().service->watch(internal::pushKey(event), true, ec);
   motion->setEventHandler(std::move(callback));
 }
@@ -26,8 +23,7 @@ void BaseRobot::setEventWatcher(Event event, EventCallback callback, std::error_
 EventInfo BaseRobot::queryEventInfo(Event event, std::error_code& ec) noexcept {
   ec.clear();
   if (event == Event::moveExecution) {
-    if (const auto motion = impl().motion()) return motion->eventInfo();
-    ec = Code::notConnected;
+    if (const auto motion = impl().motion(ec)) return motion->eventInfo();
   } else if (!internal::LinkEvents::isPushed(event)) {
     ec = Code::argumentInvalid;
   } else if (auto table = impl().events->table(event)) {

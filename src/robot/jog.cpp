@@ -35,11 +35,8 @@ void jog(Operation& op, MotionControl<1>& motion, const char* key, const Json::V
 void BaseRobot::startJog(JogOpt::Space space, double rate, double step, unsigned index, bool direction,
                          std::error_code& ec) noexcept {
   Operation op(impl(), ec, "startJog {}, {}%, {}, {}, {}", space, rate * 100, step, index, direction);
-  const auto motion = impl().motion();
-  if (!motion) {
-    ec = Code::notConnected;
-    return op.debug("startJog end ({})", ec);
-  }
+  const auto motion = impl().motion(ec);
+  if (!motion) return op.debug("startJog end ({})", ec);
   jog(op, *motion, "move.jog", jogRequest(space, rate, step, index, direction), rate, step, ec);
   op.end("startJog end, space: {}, rate: {}%, step: {}, index: {}, direction: {} ({})", space, rate * 100,
          step, index, direction, ec);
@@ -49,11 +46,8 @@ void BaseRobot::startJogWithExt(JogOpt::Space space, double rate, double step, u
                                 const std::string& name, std::error_code& ec, bool isExt) noexcept {
   Operation op(impl(), ec, "startJogWithExt {}, {}%, {}, {},{} ,{}", space, rate * 100, step, index,
                direction, name);
-  const auto motion = impl().motion();
-  if (!motion) {
-    ec = Code::notConnected;
-    return op.debug("startJogWithExt end ({})", ec);
-  }
+  const auto motion = impl().motion(ec);
+  if (!motion) return op.debug("startJogWithExt end ({})", ec);
   Json::Value request = jogRequest(space, rate, step, index, direction);
   request["fixed_name"] = name;
   request["is_ext"] = isExt;
@@ -65,11 +59,10 @@ void BaseRobot::startJogWithExt(JogOpt::Space space, double rate, double step, u
 
 void BaseRobot::stop(std::error_code& ec) noexcept {
   Operation op(impl(), ec, "stop");
-  if (const auto motion = impl().motion()) {
+  if (const auto motion = impl().motion(ec)) {
     motion->stop(ec);
     op.end("stop end ({})", ec);
   } else {
-    ec = Code::notConnected;
     op.error("stop uninitialized ({})", ec);
   }
 }

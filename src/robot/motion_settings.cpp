@@ -10,20 +10,14 @@ using internal::Operation;
 
 void BaseRobot::setDefaultSpeed(double speed, std::error_code& ec) noexcept {
   Operation op(impl(), ec, "setDefaultSpeed {}", speed);
-  if (!impl().motion()) {
-    ec = Code::notConnected;
-    return op.error("setDefaultSpeed uninitialized ({})", ec);
-  }
+  if (!impl().motion(ec)) return op.error("setDefaultSpeed uninitialized ({})", ec);
   op.set("move.default_speed", speed / internal::speedAndZoneScale);
   op.end("setDefaultSpeed end, speed: {} ({})", speed, ec);
 }
 
 void BaseRobot::setDefaultZone(double zone, std::error_code& ec) noexcept {
   Operation op(impl(), ec, "setDefaultZone {}", zone);
-  if (!impl().motion()) {
-    ec = Code::notConnected;
-    return op.error("setDefaultZone uninitialized ({})", ec);
-  }
+  if (!impl().motion(ec)) return op.error("setDefaultZone uninitialized ({})", ec);
   op.set("move.default_zone", zone / internal::speedAndZoneScale);
   op.end("setDefaultZone end, zone: {} ({})", zone, ec);
 }

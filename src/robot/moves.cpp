@@ -18,11 +18,7 @@ void BaseRobot::moveAppend(const MoveWaitCommand& command, std::string& cmdID, s
 
 template <class T>
 void BaseRobot::executeCommand(const std::vector<T>& commands, std::error_code& ec) noexcept {
-  if (const auto motion = impl().motion()) {
-    motion->executeCommand(commands, ec);
-  } else {
-    ec = Code::notConnected;
-  }
+  if (const auto motion = impl().motion(ec)) motion->executeCommand(commands, ec);
 }
 
 #define ZIVRA_MOVE(T)                                                                \
@@ -39,33 +35,30 @@ ZIVRA_MOVE(MoveSPCommand)
 
 void BaseRobot::moveStart(std::error_code& ec) noexcept {
   Operation op(impl(), ec, "moveStart");
-  if (const auto motion = impl().motion()) {
+  if (const auto motion = impl().motion(ec)) {
     motion->moveStart(ec);
     op.end("moveStart end ({})", ec);
   } else {
-    ec = Code::notConnected;
     op.error("moveStart uninitialized ({})", ec);
   }
 }
 
 void BaseRobot::moveReset(std::error_code& ec) noexcept {
   Operation op(impl(), ec, "moveReset");
-  if (const auto motion = impl().motion()) {
+  if (const auto motion = impl().motion(ec)) {
     motion->moveReset(ec);
     op.end("moveReset end ({})", ec);
   } else {
-    ec = Code::notConnected;
     op.error("moveReset uninitialized({})", ec);
   }
 }
 
 void BaseRobot::setMaxCacheSize(int size, std::error_code& ec) noexcept {
   Operation op(impl(), ec, "setMaxCacheSize {}", size);
-  if (const auto motion = impl().motion()) {
+  if (const auto motion = impl().motion(ec)) {
     motion->setMaxCacheSize(size);
     op.end("setMaxCacheSize end ({})", ec);
   } else {
-    ec = Code::notConnected;
     op.error("setMaxCacheSize uninitialized ({})", ec);
   }
 }

@@ -60,6 +60,12 @@ std::shared_ptr<MotionControl<1>> BaseRobot::Impl::motion() const {
   return motion_;
 }
 
+std::shared_ptr<MotionControl<1>> BaseRobot::Impl::motion(std::error_code& ec) const noexcept {
+  auto control = motion();
+  if (!control) ec = Code::notConnected;
+  return control;
+}
+
 bool BaseRobot::Impl::onOwnThread() const {
   if (service->onNetworkThread()) return true;
   const auto control = motion();

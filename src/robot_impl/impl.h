@@ -61,8 +61,10 @@ class BaseRobot::Impl {
 
   // Null before the first connection.
   std::shared_ptr<MotionControl<1>> motion() const;
-  // The same for moves, which not every mode takes; null with the reason in `ec`.
-  std::shared_ptr<MotionControl<1>> motionForMoves(std::error_code& ec) const;
+  // The same for an operation: null is a failure, which `ec` tells.
+  std::shared_ptr<MotionControl<1>> motion(std::error_code& ec) const noexcept;
+  // The same for moves, which not every mode takes.
+  std::shared_ptr<MotionControl<1>> motionForMoves(std::error_code& ec) const noexcept;
   // True once the robot was switched to program tasks.
   bool hasRlTask() const;
   internal::Logger* logger() const;  // of the link; stays valid as long as this object

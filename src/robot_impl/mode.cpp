@@ -76,12 +76,10 @@ void BaseRobot::Impl::switchMode(MotionControlMode wanted, std::error_code& ec) 
   if (!ec) mode = wanted;
 }
 
-std::shared_ptr<MotionControl<1>> BaseRobot::Impl::motionForMoves(std::error_code& ec) const {
-  auto control = motion();
+std::shared_ptr<MotionControl<1>> BaseRobot::Impl::motionForMoves(std::error_code& ec) const noexcept {
+  auto control = motion(ec);
   const MotionControlMode current = mode;
-  if (!control) {
-    ec = Code::notConnected;
-  } else if (current != MotionControlMode::Idle && current != MotionControlMode::NrtCommand) {
+  if (control && current != MotionControlMode::Idle && current != MotionControlMode::NrtCommand) {
     ec = Code::motionControlMode;
     control.reset();
   }
