@@ -7,12 +7,12 @@
 
 #include "handlers/handlers.h"
 #include "handlers/values.h"
+#include "motion/angles.h"
 
 namespace zivra::sim {
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
 constexpr double kMillimetres = 1000;
 constexpr double kUnlimited = 1.7976931348623157e308;
 

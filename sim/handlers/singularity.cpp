@@ -3,12 +3,12 @@
 
 #include "handlers/handlers.h"
 #include "handlers/values.h"
+#include "motion/angles.h"
 
 namespace zivra::sim {
 
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180;
 constexpr double kStraight = 1e-3;         // rad: within this the fourth axis stands at zero
 constexpr double kWidestThreshold = 90.0;  // degrees, and the most of what the joint way takes
 

@@ -6,14 +6,14 @@
 #include <kdl/frames.hpp>
 
 #include "handlers/values.h"
+#include "motion/angles.h"
 #include "motion/geometry.h"
 
 namespace zivra::sim {
 
 namespace {
 
-constexpr double radian = 3.14159265358979323846 / 180;  // a degree in radians
-constexpr double farthest = 1e6;                         // mm
+constexpr double farthest = 1e6;  // mm
 constexpr double sameRotation = 1e-6;
 constexpr std::size_t longestName = 64, longestText = 1024;
 
@@ -81,7 +81,7 @@ bool readFrame(const Json::Value& value, Pose& frame) {
     if (!part->complete()) return false;
   bool near = true;
   for (double& length : frame.trans) near = near && std::abs(length) <= farthest, length /= 1000;
-  for (double& angle : frame.rot) angle *= radian;
+  for (double& angle : frame.rot) angle *= kDegree;
   const double norm = std::hypot(std::hypot(q[0], q[1]), std::hypot(q[2], q[3]));
   if (!near || std::abs(norm - 1) > sameRotation) return false;
   const KDL::Rotation other = KDL::Rotation::Quaternion(q[1], q[2], q[3], q[0]);

@@ -2,6 +2,7 @@
 // of the bending axes lean it forward, along x.
 #include <kdl/joint.hpp>
 #include <kdl/segment.hpp>
+#include <numbers>
 #include <stdexcept>
 #include <string>
 
@@ -10,7 +11,7 @@
 namespace zivra::sim {
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+constexpr double pi = std::numbers::pi;
 constexpr double shoulderHeight = 0.34, shoulderOffset = 0.03, upperArm = 0.40, foreArm = 0.38;
 
 struct Link {

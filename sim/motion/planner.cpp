@@ -1,6 +1,7 @@
 // From a move to a trajectory: what the targets mean, which way the axes go, and how fast.
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <optional>
 #include <utility>
 
@@ -10,7 +11,7 @@
 namespace zivra::sim {
 namespace {
 
-constexpr double pi = 3.14159265358979323846;
+constexpr double pi = std::numbers::pi;
 constexpr double turnRadius = 0.2;         // m: a speed turns the tool as fast as this radius would
 constexpr double fastestTurn = pi;         // rad/s, unless the move says otherwise
 constexpr double posturePrecision = 0.01;  // rad: off by more, an orientation counts as lost

@@ -7,11 +7,12 @@
 #include <string_view>
 #include <utility>
 
+#include "motion/angles.h"
+
 namespace zivra::sim {
 
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180;
 constexpr double kMillimetre = 0.001;
 constexpr double kMostSeconds = 1e6;
 constexpr int kMostTimes = 1'000'000'000;

@@ -5,11 +5,12 @@
 #include <fmt/ranges.h>
 #include <utility>
 
+#include "motion/angles.h"
+
 namespace zivra::sim {
 
 namespace {
 
-constexpr double kDegree = 3.14159265358979323846 / 180;
 constexpr std::size_t kMostStatements = 50'000;  // of all tasks together
 constexpr int kNoSuchProject = -60005, kUnfinished = -320;
 

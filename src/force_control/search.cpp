@@ -1,5 +1,6 @@
 // Search motions laid over a run, and the conditions that end a wait.
 #include <cmath>
+#include <numbers>
 
 #include "core/wire_forms.h"
 #include "force_control/force_operation.h"
@@ -12,7 +13,7 @@ using internal::valuesOf;
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
+constexpr double kPi = std::numbers::pi;
 constexpr double kLargestBias = 10, kLargestAmplitude = 20, kHighestFrequency = 5;
 constexpr double kShortestTimeout = 1, kLongestTimeout = 600;  // s
 constexpr double kSpare = 5;                                   // s that the controller may take beyond that

@@ -1,4 +1,6 @@
 // How the controller treats singularities, and posture interpolation.
+#include <numbers>
+
 #include <zivra/error.h>
 #include <zivra/robot.h>
 
@@ -10,7 +12,7 @@ using internal::Operation;
 
 namespace {
 
-constexpr double degreesPerRadian = 180 / 3.141592653589793;
+constexpr double degreesPerRadian = 180 / std::numbers::pi;
 
 // Null for a method that the robot doesn't have.
 const char* keyOf(AvoidSingularityMethod method, bool hasJointWay) {

@@ -3,11 +3,12 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <numbers>
 
 namespace zivra::internal {
 namespace {
 
-constexpr double pi = 3.141592653589793;
+constexpr double pi = std::numbers::pi;
 constexpr double millimetres = 1000;           // in a metre
 constexpr double squareMillimetres = 1000000;  // in a square metre
 constexpr int lastGlobal = 15;

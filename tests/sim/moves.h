@@ -5,6 +5,7 @@
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -14,7 +15,7 @@
 
 namespace zivra::sim::test {
 
-inline constexpr double pi = 3.14159265358979323846;
+inline constexpr double pi = std::numbers::pi;
 inline const Pose toolDown{{0.45, 0.0, 0.45}, {pi, 0, pi}};
 
 inline Move moveTo(MoveKind kind, const Pose& pose, std::optional<double> speed = 0.3, double zone = 0) {
