@@ -1,6 +1,5 @@
 // The files that connections write.
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 
@@ -38,22 +37,6 @@ TEST_F(ConnectionLog, IsWhereItShouldBe) {
     return line.ends_with(" | xService " + address() + ":6666 connect");
   })) << "the robot's own log begins once it is known who the robot is";
   EXPECT_FALSE(has(global, "uid: scripted | disconnectFromRobot")) << "lines of the debug level";
-
-  const std::string text = textOfFiles("_zivra_log_/scripted", "OstrelSDK_");
-  const std::string head = "[I|2026-01-31 23:59:59.999 1";  // digits stand for any digit
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t end = text.find("\r\n", at);
-    ASSERT_NE(end, std::string::npos) << "each line ends in CR LF";
-    const std::string line = text.substr(at, end - at);
-    ASSERT_GT(line.size(), head.size());
-    for (std::size_t i = 0; i < head.size(); ++i) {
-      const bool digit = std::isdigit(static_cast<unsigned char>(head[i])) != 0;
-      EXPECT_TRUE(digit ? std::isdigit(static_cast<unsigned char>(line[i])) != 0 : line[i] == head[i])
-          << line;
-    }
-    EXPECT_NE(line.find("] uid: "), std::string::npos) << line;
-    at = end + 2;
-  }
 }
 
 TEST_F(ConnectionLog, IsNamedAfterTheRobot) {
