@@ -9,7 +9,6 @@ namespace zivra {
 
 using internal::Operation;
 using internal::ToolKind;
-using internal::ToolName;
 
 namespace {
 

@@ -13,7 +13,6 @@
 namespace zivra::internal {
 namespace {
 
-using test::eventually;
 using test::Heard;
 
 PendingCommand batch(const std::string& id, std::uint32_t count = 1, bool counted = true) {
