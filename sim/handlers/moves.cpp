@@ -122,9 +122,8 @@ Reply stopMoves(World& w, const Json::Value& parameter) {
 }
 
 Reply resetMoves(World& w, const Json::Value& parameter) {
-  const auto remain = readFlag(member(parameter, "remain_traj"));
-  if (!parameter.isNull() && !remain) return badParameter();
-  w.motion.reset(remain.value_or(false));
+  if (!parameter.isNull() && !readFlag(member(parameter, "remain_traj"))) return badParameter();
+  w.motion.reset();  // the arm decelerates along its path either way
   w.forgetMoves();
   w.programs.runner.queueWasReset();
   return ok();

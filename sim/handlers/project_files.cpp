@@ -67,7 +67,7 @@ Reply removeProject(World& w, const Json::Value& parameter) {
     return answer(std::move(refusal));
   }
   if (*all || program.project() == *name) {
-    if (program.usesMotion()) w.motion.reset(false);
+    if (program.usesMotion()) w.motion.reset();
     program.unload();
   }
   return ok();

@@ -36,7 +36,7 @@ Reply load(World& w, const Json::Value& parameter) {
   const bool usesMotion = w.programs.runner.usesMotion();
   const int code = loadProgram(w.programs, *name, tasks, complaint);
   if (!complaint.empty()) w.log(code, complaint);
-  if (code == 0 && usesMotion) w.motion.reset(false);  // what was paused is gone
+  if (code == 0 && usesMotion) w.motion.reset();  // what was paused is gone
   return result(code);
 }
 

@@ -336,7 +336,7 @@ void Motion::stop() {
     core_->drop();
   }
 }
-void Motion::reset(bool /*remainTrajectory*/) { core_->drop(); }
+void Motion::reset() { core_->drop(); }
 
 void Motion::halt() {
   core_->evaluate();

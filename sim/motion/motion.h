@@ -181,7 +181,7 @@ class Motion {
   void pause();                       // decelerates and stands; the queue is kept
   void stop();                        // decelerates, then the queue is gone; a jog leaves the queue alone
   void halt();                        // at once (emergency stop, power off); the queue is gone
-  void reset(bool remainTrajectory);  // drops the queue; the move under way decelerates
+  void reset();  // drops the queue; the move under way decelerates
   int jog(const Jog& jog);            // 0 or why not; the queue waits meanwhile
   void failNext(int code);            // the next move that begins ends with this code
   void setOverride(double rate);      // 0..1, also while moving

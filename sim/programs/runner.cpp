@@ -40,7 +40,7 @@ void ProgramRunner::rewind() {
 }
 
 void ProgramRunner::toMain(World& world) {
-  if (usesMotion()) world.motion.reset(false);
+  if (usesMotion()) world.motion.reset();
   rewind();
   for (Task& task : tasks_) {
     const Module& main = task.text.modules[task.text.main];
@@ -182,7 +182,7 @@ void ProgramRunner::fail(World& world, const Task& task, const Place& place, con
                          int code) {
   running_ = false;
   world.log(code, fmt::format("{} {} line {}: {} ({})", task.text.name, place.file, place.line, what, code));
-  world.motion.reset(false);
+  world.motion.reset();
   loseMoves();
 }
 

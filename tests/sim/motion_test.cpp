@@ -167,7 +167,7 @@ TEST(Execution, PauseOverrideAndStopDecelerateAlongThePath) {
   EXPECT_EQ(result.ends.size(), 2U);
   EXPECT_LT(distance(motion.toolInReference(), b), 1e-6);
 
-  const std::vector<std::function<void()>> ends{[&] { motion.stop(); }, [&] { motion.reset(true); }};
+  const std::vector<std::function<void()>> ends{[&] { motion.stop(); }, [&] { motion.reset(); }};
   for (const auto& end : ends) {
     ASSERT_EQ(motion.append({moveTo(MoveKind::line, a, 0.5), moveTo(MoveKind::line, b, 0.5)}), 0);
     ASSERT_EQ(motion.start(), 0);
