@@ -1,5 +1,7 @@
 // Reads a Modbus sensor at the tool: supplies it from the panel, reads its input registers, and writes and
 // reads back a setting of it.
+#include <cstdint>
+
 #include "moving.h"
 
 namespace {
@@ -24,7 +26,9 @@ void readAt(const std::string& address) {
   std::error_code ec;
   robot.setNorvilRS485(zivra::NorvilOpt::Vout::supply24v, true, ec);
   require(ec, "supplying the sensor");
-  std::printf("temperature %.1f degrees\n", readRegister(robot, kReadInput, kTemperature) / 10.0);
+  // A register comes back as 0 to 65535, also as "int16": below zero the sign has to be put back.
+  const auto tenths = static_cast<std::int16_t>(readRegister(robot, kReadInput, kTemperature));
+  std::printf("temperature %.1f degrees\n", tenths / 10.0);
 
   std::vector<int> threshold{-1234567};  // two registers, low word first
   robot.NorvilRWModbusRTUReg(kSlave, kWriteHolding, kThreshold, "int32", 1, threshold, false, ec);

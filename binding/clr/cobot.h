@@ -19,7 +19,7 @@ class Cobot : public BaseRobot {
   /// @name Guiding by hand
   /// @{
   void enableDrag(DragParameter::Space space, DragParameter::Type type, ErrorCode& ec);
-  /// `enable_drag_button`: at once, without the enabling button.
+  /// `enable_drag_button` goes out as `quick`.
   void enableDrag(DragParameter::Space space, DragParameter::Type type, bool enable_drag_button,
                   ErrorCode& ec);
   void disableDrag(ErrorCode& ec);

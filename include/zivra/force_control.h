@@ -44,23 +44,23 @@ class ZIVRA_API BaseForceControl {
   void setControlType(int type, std::error_code& ec) noexcept;
   /// What the sensor has to take off ("eci.fc.set").
   void setLoad(const Load& load, std::error_code& ec) noexcept;
-  /// Stiffness along and about x, y, z ("eci.fc.set").
+  /// Stiffness along and about the axes of the frame ("eci.fc.set").
   void setCartesianStiffness(const std::array<double, 6>& stiffness, std::error_code& ec) noexcept;
   /// Stiffness of the null space ("eci.fc.set").
   void setCartesianNullspaceStiffness(double stiffness, std::error_code& ec) noexcept;
-  /// Desired force [N] and torque [Nm] ("eci.fc.set").
+  /// Desired force and torque, in the controller's measure ("eci.fc.set").
   void setCartesianDesiredForce(const std::array<double, 6>& value, std::error_code& ec) noexcept;
   /// @}
 
   /// @name Search motions laid over the run
   /// @{
 
-  /// A sine along axis `line_dir` (0 x, 1 y, 2 z): amplitude [Nm], frequency [Hz], `phase` 0 to pi [rad],
+  /// A sine, `line_dir` 0, 1 or 2: amplitude [Nm], frequency [Hz], `phase` 0 to pi [rad],
   /// `bias` 0 to 10 [Nm] ("eci.fc.set").
   void setSineOverlay(int line_dir, double amplify, double frequency, double phase, double bias,
                       std::error_code& ec) noexcept;
-  /// A Lissajous figure in `plane` (0 xy, 1 xz, 2 yz): amplitudes 0 to 20 [Nm], frequencies 0 to 5 [Hz],
-  /// `phase_diff` 0 to pi [rad] ("eci.fc.set").
+  /// A Lissajous figure, `plane` 0, 1 or 2: amplitudes 0 to 20, frequencies 0 to 5, `phase_diff` 0 to pi, in
+  /// the controller's measure ("eci.fc.set").
   void setLissajousOverlay(int plane, double amplify_one, double frequency_one, double amplify_two,
                            double frequency_two, double phase_diff, std::error_code& ec) noexcept;
   /// Starts the overlay set last ("eci.fc.overlay").
@@ -77,13 +77,13 @@ class ZIVRA_API BaseForceControl {
   /// `timeout` is 1 to 600 s. Each condition can only shorten the limit of `waitCondition`.
   /// @{
 
-  /// Lower and upper force along x, y, z [N]; met inside or outside of them ("eci.fc.set").
+  /// Bounds of the force, in the controller's measure; met inside or outside of them ("eci.fc.set").
   void setForceCondition(const std::array<double, 6>& range, bool isInside, double timeout,
                          std::error_code& ec) noexcept;
-  /// Lower and upper torque about x, y, z [Nm] ("eci.fc.set").
+  /// Bounds of the torque, in the controller's measure ("eci.fc.set").
   void setTorqueCondition(const std::array<double, 6>& range, bool isInside, double timeout,
                           std::error_code& ec) noexcept;
-  /// Lower and upper bound along x, y, z of `supervising_frame` [m] ("eci.fc.set").
+  /// Bounds of the place in `supervising_frame` [m] ("eci.fc.set").
   void setPoseBoxCondition(const Frame& supervising_frame, const std::array<double, 6>& box, bool isInside,
                            double timeout, std::error_code& ec) noexcept;
   /// Waits until a condition is met or its time is over ("eci.fc.cond"): at most the shortest `timeout`
@@ -129,9 +129,9 @@ class ZIVRA_API ForceControl_T : public BaseForceControl {
 
   /// Stiffness of each axis ("eci.fc.set").
   void setJointStiffness(const std::array<double, dof>& stiffness, std::error_code& ec) noexcept;
-  /// Desired torque of each axis [Nm] ("eci.fc.set").
+  /// Desired torque of each axis, in the controller's measure ("eci.fc.set").
   void setJointDesiredTorque(const std::array<double, dof>& torque, std::error_code& ec) noexcept;
-  /// Torques of the axes, measured and external [Nm], and torque [Nm] and force [N] at the end in a frame,
+  /// Torques of the axes, measured and external, and torque and force at the end in a frame,
   /// which is `world`, `flange` or `tool` (259 otherwise) ("eci.fc.end_torque.ref_world" and so on). 261 for
   /// an answer with too little in it; what was read before stays filled.
   void getEndTorque(FrameType ref_type, std::array<double, dof>& joint_torque_measured,

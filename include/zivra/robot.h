@@ -94,9 +94,9 @@ class ZIVRA_API BaseCobot : public virtual BaseRobot {
   /// @{
 
   /// Lets the arm be moved by hand ("sys.drag", under real-time control "eci.drag"); moves and jogs are
-  /// refused meanwhile. Joint space goes with `freely` only (259). `quick`: at once, without the enabling
-  /// button. -515: not with the motors as they are (the controller switches them itself); -10040: the load
-  /// isn't set rightly or the torque sensors are off; -16, -18: another mode or state.
+  /// refused meanwhile. Joint space goes with `freely` only (259). `quick` is passed on as it is; the
+  /// controller judges it. -515: not with the motors as they are (the controller switches them itself);
+  /// -10040: the load isn't set rightly or the torque sensors are off; -16, -18: another mode or state.
   void enableDrag(DragParameter::Space space, DragParameter::Type type, std::error_code& ec,
                   bool quick = false) noexcept;
   /// Ends it, as `enableDrag` last asked for it, under the key of the state that the robot is in now.
@@ -135,7 +135,8 @@ class ZIVRA_API BaseCobot : public virtual BaseRobot {
   /// Reads (`fun_cmd` 3, 4) or writes (6, 16) `num` values from register `reg_addr` of a Modbus slave
   /// ("modbusRTU.register.rw"). `data_type`: "int16", "uint16", "int32", "uint32", the last two in two
   /// registers, low word first, and not with 6. `data_array` has `num` elements, for reads too, and is
-  /// replaced by the answer, 16-bit values without sign. -1 if the transfer failed.
+  /// replaced by the answer, 16-bit values without sign. -1 if the transfer failed, which leaves `data_array`
+  /// as it was; any other failure of the exchange leaves `num` zeros in it.
   void NorvilRWModbusRTUReg(int slave_addr, int fun_cmd, int reg_addr, const std::string& data_type, int num,
                             std::vector<int>& data_array, bool if_crc_reverse, std::error_code& ec) noexcept;
   /// Reads (`fun_cmd` 1, 2) or writes (5, 15) `num` coils from `coil_addr` ("modbusRTU.coil.rw"); as for
@@ -144,7 +145,8 @@ class ZIVRA_API BaseCobot : public virtual BaseRobot {
                              std::vector<bool>& data_array, bool if_crc_reverse,
                              std::error_code& ec) noexcept;
   /// Sends `send_byte` bytes and receives `rev_byte`; both vectors have these sizes ("modbusRTU.data.rw"). -1
-  /// if the transfer failed.
+  /// if the transfer failed; `recv_data` is empty then, and has to be given its size anew. Any other failure
+  /// of the exchange leaves `rev_byte` zeros in it.
   void NorvilRS485SendData(int send_byte, int rev_byte, const std::vector<std::uint8_t>& send_data,
                            std::vector<std::uint8_t>& recv_data, std::error_code& ec) noexcept;
   /// Sends frames ("modbusRTU.can.send"). `data_type`: "uint8", or "int16" and "uint16", whose values still
@@ -154,7 +156,8 @@ class ZIVRA_API BaseCobot : public virtual BaseRobot {
   /// Waits at most `timeout_ms` for a frame ("modbusRTU.can.recv"); never longer than 10 s. -1 if none came.
   void CANReceiveData(int timeout_ms, const std::string& data_type, CANFrame& recv_frame,
                       std::error_code& ec) noexcept;
-  /// Keys pressed ("device.io.keypad"); none on failure.
+  /// Keys pressed ("device.io.keypad"); none on failure. 257 for an answer that is no array, or seven
+  /// values that aren't all true or false; another number of keys is no failure, and none is pressed.
   KeyPadState getKeypadState(std::error_code& ec) noexcept;
   /// Whether the controller talks to another real-time client in place of this library ("eci.rci.cfg").
   void useRciClient(bool use, std::error_code& ec) noexcept;
