@@ -19,8 +19,9 @@ using Texts = std::vector<std::string>;
 // Lines of this process's global log, which earlier tests may have written to, with that text.
 std::ptrdiff_t countInGlobalLog(const std::string& text) {
   const auto log = globalLog();
-  return std::count_if(log.begin(), log.end(),
-                       [&](const std::string& line) { return line.starts_with("uid: scripted | " + text); });
+  return std::count_if(log.begin(), log.end(), [&](const std::string& line) {
+    return line.starts_with("E: uid: scripted | " + text);
+  });
 }
 
 // The table's entries in the order of their names, as "collided=true".

@@ -147,7 +147,7 @@ TEST_F(ForceControl, BoundsPassAndWhatIsBeyondIsNotSent) {
   const auto own = robotLog("scripted"), global = globalLog();
   for (const Bound& row : rows) {
     if (row.refused == nullptr) continue;
-    const std::string line = std::string("uid: scripted | ") + row.refused;
+    const std::string line = std::string("E: uid: scripted | ") + row.refused;
     EXPECT_EQ(std::count(own.begin(), own.end(), line), 1) << line;
     EXPECT_EQ(std::count(global.begin(), global.end(), line), 1) << line;
   }

@@ -62,12 +62,12 @@ void expectSolutions(const Solutions& actual, const Solutions& expected, const E
 const WireCase rows[] = {
     {"forward", 'c', "sys.calc.fk", "[-1.0,-0.5,0.0,0.5,1.0,1.5]", poseReply,
      "calcFk [-1, -0.5, 0, 0.5, 1, 1.5], ret:" POSE_TEXT ", conf:[1, -1] (0)\n"
-     "calcFk [-1, -0.5, 0, 0.5, 1, 1.5] (-290)\ncalcFk [-1, -0.5, 0, 0.5, 1, 1.5] (256)",
+     "E: calcFk [-1, -0.5, 0, 0.5, 1, 1.5] (-290)\nE: calcFk [-1, -0.5, 0, 0.5, 1, 1.5] (256)",
      [](Robot& r, Ec& ec) { expectEqual(r.model().calcFk(angles<6>(), ec), expectedPose()); }, poseRules()},
     {"forward with a toolset", 'c', "sys.calc.fk",
      R"({"jnt_pos":[-1.0,-0.5,0.0,0.5,1.0,1.5,2.0],"tool_set":)" TOOLSET "}", poseReply,
      "calcFk [-1, -0.5, 0, 0.5, 1, 1.5, 2] " TOOLSET_TEXT ", ret:" POSE_TEXT ", conf:[1, -1] (0)\n"
-     "calcFk [-1, -0.5, 0, 0.5, 1, 1.5, 2] " TOOLSET_TEXT " (-290)",
+     "E: calcFk [-1, -0.5, 0, 0.5, 1, 1.5, 2] " TOOLSET_TEXT " (-290)",
      [](QuillRobot& r, Ec& ec) { expectEqual(r.model().calcFk(angles<7>(), toolset(), ec), expectedPose()); },
      poseRules()},
     {"forward of three axes", 'c', "sys.calc.fk", "[-1.0,-0.5,0.0]", poseReply, nullptr,
@@ -75,8 +75,8 @@ const WireCase rows[] = {
      poseRules()},
     {"inverse", 'c', "sys.calc.ik", R"({"redundant":[0.75],)" POSE "}",
      R"({"data":[-1.0,-0.5,0.0,0.5,1.0,1.5]})",
-     "calcIk " POSE_TEXT ", ret:[-1, -0.5, 0, 0.5, 1, 1.5] (0)\ncalcIk " POSE_TEXT
-     " (-290)\ncalcIk " POSE_TEXT " (256)\ncalcIk " POSE_TEXT ", ret:[0, 0, 0, 0, 0, 0] (261)",
+     "calcIk " POSE_TEXT ", ret:[-1, -0.5, 0, 0.5, 1, 1.5] (0)\nE: calcIk " POSE_TEXT
+     " (-290)\nE: calcIk " POSE_TEXT " (256)\ncalcIk " POSE_TEXT ", ret:[0, 0, 0, 0, 0, 0] (261)",
      [](Robot& r, Ec& ec) { expectEqual(r.model().calcIk(posture(), ec), angles<6>()); }, anglesRules()},
     {"inverse in a configuration", 'c', "sys.calc.ik",
      R"({"conf":[0.0,1.0,0.0,2.0,0.0,1.0,0.0,0.0],"redundant":[0.75],)" POSE "}",
@@ -90,7 +90,7 @@ const WireCase rows[] = {
      R"("rot":[3.0,0.0,1.5],"tool_set":)" TOOLSET R"(,"trans":[0.5,0.25,1.0]})",
      R"({"data":[-1.0,-0.5,0.0,0.5]})",
      "calcIk " POSE_TEXT ", conf:[3, 0, 0, 0] " TOOLSET_TEXT ", ret:[-1, -0.5, 0, 0.5] (0)\n"
-     "calcIk " POSE_TEXT ", conf:[3, 0, 0, 0] " TOOLSET_TEXT " (-290)",
+     "E: calcIk " POSE_TEXT ", conf:[3, 0, 0, 0] " TOOLSET_TEXT " (-290)",
      [](QuadraxRobot& r, Ec& ec) { expectEqual(r.model().calcIk(posture({3}), toolset(), ec), angles<4>()); },
      anglesRules()},
     {"inverse of five axes", 'c', "sys.calc.ik", R"({"redundant":[0.75],)" POSE "}",

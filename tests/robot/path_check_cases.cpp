@@ -180,7 +180,7 @@ TEST_F(PathCheck, MethodsThatARobotHasNotAreRefusedHere) {
       EXPECT_EQ(request.key.find("avoid"), std::string::npos) << request.text;
   }
   for (const auto& log : {robotLog("scripted"), globalLog()}) {
-    const auto line = "uid: scripted | setAvoidSingularity unsupported method jointWay (259)";
+    const auto line = "E: uid: scripted | setAvoidSingularity unsupported method jointWay (259)";
     EXPECT_NE(std::find(log.begin(), log.end(), line), log.end());
   }
 }

@@ -127,9 +127,11 @@ class ProjectFiles : public RobotTest {
  protected:
   ProjectFiles() : files_(address()) { controller_.answer("ix.sdk.transferInit", "0"); }
 
-  void expectLogged(const std::vector<std::string>& lines) {
+  // At error level, and in the robot's log alone.
+  void expectLogged(std::vector<std::string> lines) {
     const auto own = robotLog("scripted"), global = globalLog();
-    for (const auto& line : lines) {
+    for (auto& line : lines) {
+      line.insert(0, "E: ");
       EXPECT_NE(std::find(own.begin(), own.end(), line), own.end()) << line;
       EXPECT_EQ(std::find(global.begin(), global.end(), line), global.end()) << line;
     }
@@ -330,7 +332,8 @@ TEST_F(ProjectRuns, NeedTheModeOfTasks) {
          {"loadProject control mode error Idle (262)", "ppToMain control mode error NrtCommand (262)",
           "runProject control mode error Idle (262)", "pauseProject control mode error NrtCommand (262)",
           "loadProject name or task list is empty (259)", "setProjectRunningOpt 0.009 over-range (258)"}) {
-      EXPECT_NE(std::find(log.begin(), log.end(), std::string("uid: scripted | ") + line), log.end()) << line;
+      EXPECT_NE(std::find(log.begin(), log.end(), std::string("E: uid: scripted | ") + line), log.end())
+          << line;
     }
   }
 }

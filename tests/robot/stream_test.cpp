@@ -124,14 +124,14 @@ TEST_F(Stream, RunsFromStartToStop) {
     EXPECT_TRUE(joints.empty());
   }
   const Names own = robotLog("scripted"), global = globalLog();
-  for (const char* line :
-       {"set state data port to 1338", R"(startReceiveRobotState end, 1999999ns {"dq_m", "q_m"} (0))",
-        "startReceiveRobotState already start receive"}) {
-    EXPECT_TRUE(has(own, std::string("uid: scripted | ") + line)) << line;
-    EXPECT_TRUE(has(global, std::string("uid: scripted | ") + line)) << line;
+  for (const char* line : {"uid: scripted | set state data port to 1338",
+                           R"(uid: scripted | startReceiveRobotState end, 1999999ns {"dq_m", "q_m"} (0))",
+                           "E: uid: scripted | startReceiveRobotState already start receive"}) {
+    EXPECT_TRUE(has(own, line)) << line;
+    EXPECT_TRUE(has(global, line)) << line;
   }
-  for (const char* line :
-       {"startReceiveRobotState already start receive", "startReceiveRobotState already start receiving"}) {
+  for (const char* line : {"E: startReceiveRobotState already start receive",
+                           "E: startReceiveRobotState already start receiving"}) {
     EXPECT_TRUE(has(own, line)) << line;
     EXPECT_FALSE(has(global, line)) << line;
   }
@@ -191,10 +191,11 @@ TEST_F(Stream, FailsStepByStep) {
               output + "network connection");
   }
   const Names own = robotLog("scripted"), global = globalLog();
-  for (const char* line : {"set state data local port 1338 failed -1",
-                           R"(startReceiveRobotState receiver set recipe failed {"q_m", "q_x"}, (513))"}) {
-    EXPECT_TRUE(has(own, std::string("uid: scripted | ") + line)) << line;
-    EXPECT_TRUE(has(global, std::string("uid: scripted | ") + line)) << line;
+  for (const char* line :
+       {"uid: scripted | set state data local port 1338 failed -1",
+        R"(E: uid: scripted | startReceiveRobotState receiver set recipe failed {"q_m", "q_x"}, (513))"}) {
+    EXPECT_TRUE(has(own, line)) << line;
+    EXPECT_TRUE(has(global, line)) << line;
   }
 }
 
@@ -217,7 +218,7 @@ TEST_F(Stream, NeedsALocalAddress) {
     EXPECT_EQ(controller_.count("eci.pub.start"), 0u);
   }
   EXPECT_TRUE(has(robotLog("scripted"),
-                  "uid: scripted | startReceiveRobotState start receiver failed (" +
+                  "E: uid: scripted | startReceiveRobotState start receiver failed (" +
                       std::to_string(static_cast<int>(std::errc::address_not_available)) + ")"));
 }
 

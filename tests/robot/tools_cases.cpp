@@ -99,8 +99,8 @@ const WireCase rows[] = {
      [](Robot& r, Ec& ec) { r.setToolset(toolset(), ec); }},
     {"set toolset by names", 'c', "sys.toolset.query", R"({"tool":"torch","wobj":"table"})",
      R"({"data":)" IN_FORCE "}",
-     "setToolset end, Set toolset to torch, table, (0)\nsetToolset end, setToolset query failed (-260)\n"
-     "setToolset end, setToolset query failed (256)\nsetToolset end, setToolset query failed (257)",
+     "setToolset end, Set toolset to torch, table, (0)\nE: setToolset end, setToolset query failed (-260)\n"
+     "E: setToolset end, setToolset query failed (256)\nE: setToolset end, setToolset query failed (257)",
      [](Robot& r, Ec& ec) { expectToolset(r.setToolset("torch", "table", ec), toolset()); },
      Rules()
          .integerGives(-260)

@@ -58,7 +58,10 @@ std::vector<std::string> logMessages(const std::string& text) {
     const std::size_t end = std::min(text.find("\r\n", at), text.size());
     const std::string line = text.substr(at, end - at);
     const std::size_t head = line.find("] ");
-    messages.push_back(head == std::string::npos ? line : line.substr(head + 2));
+    std::string message = head == std::string::npos ? line : line.substr(head + 2);
+    if (head != std::string::npos && line[0] == '[' && line[1] != 'I')
+      message.insert(0, line.substr(1, 1) + ": ");
+    messages.push_back(std::move(message));
     at = end + 2;
   }
   return messages;

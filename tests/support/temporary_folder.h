@@ -22,7 +22,8 @@ class TemporaryFolder {
 
 // The whole text of the files in `folder` whose names begin with `stem`; empty if there are none.
 std::string textOfFiles(const std::filesystem::path& folder, const std::string& stem);
-// What stands behind the pattern's head in each line.
+// What stands behind the pattern's head in each line, behind "E: " (or another letter) if the level isn't
+// info.
 std::vector<std::string> logMessages(const std::string& text);
 // The lines of a robot's log in the current directory, and of the global log of this process.
 std::vector<std::string> robotLog(const std::string& robotId);

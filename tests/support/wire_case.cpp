@@ -189,7 +189,9 @@ class Run {
     if (row_.log == nullptr) return;
     const auto own = robotLog(row_.call.identity.id), global = globalLog();
     const auto expectLine = [&](const std::string& text) {
-      const std::string line = (row_.rules.ownLog ? "" : "uid: " + row_.call.identity.id + " | ") + text;
+      const std::string level = text.starts_with("E: ") ? "E: " : "";
+      const std::string uid = row_.rules.ownLog ? "" : "uid: " + row_.call.identity.id + " | ";
+      const std::string line = level + uid + text.substr(level.size());
       const auto has = [&](const auto& lines) {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
       };
