@@ -18,7 +18,7 @@ constexpr int readFailed = -17001, writeFailed = -17002;
 template <class T>
 bool isOfType(const Json::Value& value) {
   if constexpr (std::is_same_v<T, int>) {
-    return internal::asInt(value).has_value();
+    return internal::asInteger(value).has_value();
   } else if constexpr (std::is_same_v<T, float>) {
     return asNumber(value).has_value();
   } else {
@@ -37,8 +37,10 @@ std::optional<T> convert(const Json::Value& value) {
 // Both give the code of what was wrong, and change `value` as far as that code allows.
 template <class T>
 Code readRaw(const Json::Value& raw, T& value) {
-  const auto read = isOfType<T>(raw) ? convert<T>(raw) : std::nullopt;
-  if (!read) return Code::argumentInvalid;
+  if (!isOfType<T>(raw)) return Code::argumentInvalid;
+  const auto read = convert<T>(raw);
+  // An integer beyond the range is another type; no other type has a range of its own.
+  if (!read) return std::is_same_v<T, int> ? Code::argumentInvalid : Code::responseUnresolved;
   value = *read;
   return Code::success;
 }
