@@ -24,8 +24,9 @@ std::optional<WorkToolInfo> readEntry(const std::string& name, const Json::Value
   info.load = internal::readLoad(internal::member(entry, "load"), &malformed);
   info.pos = internal::readFrame(internal::member(entry, "coord"), &malformed);
   const Json::Value& held = internal::member(entry, "held");
-  info.robotHeld = internal::asBool(held).value_or(false);
-  if (malformed || !(held.isNull() || held.isBool())) return std::nullopt;
+  const auto robotHeld = held.isNull() ? false : internal::asTruth(held);
+  if (malformed || !robotHeld) return std::nullopt;
+  info.robotHeld = *robotHeld;
   return info;
 }
 

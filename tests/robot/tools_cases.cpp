@@ -116,15 +116,17 @@ const WireCase rows[] = {
          .integerIsCode()
          .tolerates(TOLERANT_FRAME("/tool/*/coord") TOLERANT_LOAD("/tool/*/load"))
          .tolerates("-/tool/* /tool/*/load=null /tool/*/load=object /tool/*/coord=null /tool/*/coord=object")
-         .tolerates("/tool/torch/held=null /tool/torch=object /tool/anvil=object /tool/torch=null "
+         .tolerates("/tool/torch/held=null /tool/torch/held=int /tool/torch/held=real /tool/torch=object "
+                    "/tool/anvil=object /tool/torch=null "
                     "/tool/anvil=null /tool=object")},
-    {"work objects", 'g', "project.wobj.info", "null", R"({"wobj":{"w":{"held":false}}})", nullptr,
+    {"work objects", 'g', "project.wobj.info", "null", R"({"wobj":{"w":{"held":true}}})", nullptr,
      [](Robot& r, Ec& ec) {
-       const auto read = r.wobjsInfo(ec);
-       expectEqual(read.size(), 1);
+       std::vector<std::pair<std::string, bool>> read;
+       for (const auto& info : r.wobjsInfo(ec)) read.emplace_back(info.name, info.robotHeld);
+       expectEqual(read, {{"w", true}});
      },
-     Rules().integerIsCode().tolerates(
-         "-/wobj/* /wobj/w/held=null /wobj/w=object /wobj/w=null /wobj=object")},
+     Rules().integerIsCode().tolerates("-/wobj/* /wobj/w/held=null /wobj/w/held=int /wobj/w/held=real "
+                                       "/wobj/w=object /wobj/w=null /wobj=object")},
     {"global tool", 'c', "global.tools.set.one", TOOL("15", HELD, "g_tool_15", "", "true"), "0",
      LINE("setToolInfo", "g_tool_15"), [](Robot& r, Ec& ec) { r.setToolInfo(info("g_tool_15", true), ec); },
      recordRules()},
