@@ -130,6 +130,15 @@ int toInt(double number) noexcept {
   return static_cast<int>(std::clamp<double>(std::trunc(number), Limits::min(), Limits::max()));
 }
 
+// The same as `readVector`, as int.
+int readConfiguration(const Json::Value& value, std::vector<int>& out) {
+  const auto numbers = asNumbers(value);
+  if (!numbers) return 1;
+  out.resize(numbers->size());
+  std::transform(numbers->begin(), numbers->end(), out.begin(), toInt);
+  return 0;
+}
+
 class Reading {
  public:
   explicit Reading(const Json::Value& value)
@@ -267,14 +276,6 @@ int readVector(const Json::Value& value, std::vector<double>& out) {
   auto numbers = asNumbers(value);
   if (!numbers) return 1;
   out = std::move(*numbers);
-  return 0;
-}
-
-int readConfiguration(const Json::Value& value, std::vector<int>& out) {
-  const auto numbers = asNumbers(value);
-  if (!numbers) return 1;
-  out.resize(numbers->size());
-  std::transform(numbers->begin(), numbers->end(), out.begin(), toInt);
   return 0;
 }
 

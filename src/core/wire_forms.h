@@ -33,7 +33,5 @@ int readToolset(const Json::Value& value, Toolset& toolset, bool* malformed = nu
 int readArray(const Json::Value& value, double* out, std::size_t n);
 // 1 and `out` as it was unless an array of numbers.
 int readVector(const Json::Value& value, std::vector<double>& out);
-// The same, each number cut off towards 0 and held within the range of int.
-int readConfiguration(const Json::Value& value, std::vector<int>& out);
 
 }  // namespace zivra::internal

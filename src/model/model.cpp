@@ -4,6 +4,7 @@
 
 #include "core/wire_forms.h"
 #include "robot/operation.h"
+#include "robot/typed_value.h"
 
 namespace zivra {
 
@@ -78,10 +79,15 @@ std::error_code readSolution(const Json::Value& element, std::vector<std::vector
   const Json::Value& angles = internal::member(element, "jnt");
   const Json::Value& configuration = internal::member(element, "conf");
   if (!angles.isArray() || !configuration.isArray()) return Code::axisMismatch;
-  std::vector<double> joints;
+  std::vector<double> joints, numbers;
   std::vector<int> conf;
-  if (internal::readVector(angles, joints) != 0 || internal::readConfiguration(configuration, conf) != 0)
+  if (internal::readVector(angles, joints) != 0 || internal::readVector(configuration, numbers) != 0)
     return Code::responseUnresolved;
+  for (const double number : numbers) {
+    const auto read = internal::fitting<int>(number);
+    if (!read) return Code::responseUnresolved;
+    conf.push_back(*read);
+  }
   solutions.push_back(std::move(joints));
   confs.push_back(std::move(conf));
   return {};

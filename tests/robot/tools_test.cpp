@@ -153,6 +153,8 @@ TEST_F(Tools, AnswersAreJudgedInTheirOrder) {
       {"sys.calc.fk", "0", 0, forward},
       {"sys.calc.fk", R"("x")", 257, forward},
       {"utils.calc.all.ik", "-5", -5, all},
+      {"utils.calc.all.ik", R"({"data":{"result":[{"jnt":[],"conf":[1.5]},{"jnt":[],"conf":[3000000000]}]}})",
+       257, all},
       {"sys.toolset.query", R"({"error":0,"data":{"end":{},"load":{"mass":1},"ref":{}}})", -50501, byNames},
       {"sys.toolset.query", R"({"error":0})", -260, byNames},
       {"sys.toolset.query", "0", -260, byNames},
