@@ -39,17 +39,18 @@ constexpr PanelLimits limitsOf(int panelType) {
 // Asks for the type of the panel unless it is known. A failure is not the operation's at hand: that one goes
 // on with the narrowest limits, and the next one asks again.
 PanelLimits panelLimits(BaseRobot::Impl& impl) {
-  if (!impl.panelTypeKnown) {
-    std::error_code ec;
-    Json::Value value;
-    impl.service->get("norvil_support_rs485_param", Json::Value(), value, ec);
-    const auto type = ec ? std::nullopt : internal::asInt(value);
-    impl.panelType = type.value_or(0);
-    impl.panelTypeKnown = type.has_value();
-    internal::logBoth(impl.service->logger().get(), LogLevel::debug, "uid: {}| GetNorvilType: {}",
-                      internal::uid(), impl.panelType.load());
+  if (impl.panelTypeKnown) return limitsOf(impl.panelType);
+  std::error_code ec;
+  Json::Value value;
+  impl.service->get("norvil_support_rs485_param", Json::Value(), value, ec);
+  const auto type = ec ? std::nullopt : internal::asInt(value);
+  if (type) {  // what another thread has learnt meanwhile stays if this one learns nothing
+    impl.panelType = *type;
+    impl.panelTypeKnown = true;
   }
-  return limitsOf(impl.panelType);
+  internal::logBoth(impl.service->logger().get(), LogLevel::debug, "uid: {}| GetNorvilType: {}",
+                    internal::uid(), type.value_or(0));
+  return limitsOf(type.value_or(0));
 }
 
 const char* supplyWord(NorvilOpt::Vout opt) {
