@@ -70,7 +70,8 @@ const WireCase rows[] = {
      "E: calcFk [-1, -0.5, 0, 0.5, 1, 1.5, 2] " TOOLSET_TEXT " (-290)",
      [](QuillRobot& r, Ec& ec) { expectEqual(r.model().calcFk(angles<7>(), toolset(), ec), expectedPose()); },
      poseRules()},
-    {"forward of three axes", 'c', "sys.calc.fk", "[-1.0,-0.5,0.0]", poseReply, nullptr,
+    {"forward of three axes", 'c', "sys.calc.fk", "[-1.0,-0.5,0.0]", poseReply,
+     "calcFk [-1, -0.5, 0], ret:" POSE_TEXT ", conf:[1, -1] (0)",
      [](TriaxRobot& r, Ec& ec) { expectEqual(r.model().calcFk(angles<3>(), ec), expectedPose()); },
      poseRules()},
     {"inverse", 'c', "sys.calc.ik", R"({"redundant":[0.75],)" POSE "}",
@@ -80,7 +81,8 @@ const WireCase rows[] = {
      [](Robot& r, Ec& ec) { expectEqual(r.model().calcIk(posture(), ec), angles<6>()); }, anglesRules()},
     {"inverse in a configuration", 'c', "sys.calc.ik",
      R"({"conf":[0.0,1.0,0.0,2.0,0.0,1.0,0.0,0.0],"redundant":[0.75],)" POSE "}",
-     R"({"data":[-1.0,-0.5,0.0,0.5,1.0,1.5,9.0]})", nullptr,
+     R"({"data":[-1.0,-0.5,0.0,0.5,1.0,1.5,9.0]})",
+     "calcIk " POSE_TEXT ", conf:[0, 1, 0, 2, 0, 1], ret:[-1, -0.5, 0, 0.5, 1, 1.5] (0)",
      [](Robot& r, Ec& ec) {
        expectEqual(r.model().calcIk(posture({0, 1, 0, 2, 0, 1, 9, 9, 9}), ec), angles<6>());
      },
@@ -94,7 +96,7 @@ const WireCase rows[] = {
      [](QuadraxRobot& r, Ec& ec) { expectEqual(r.model().calcIk(posture({3}), toolset(), ec), angles<4>()); },
      anglesRules()},
     {"inverse of five axes", 'c', "sys.calc.ik", R"({"redundant":[0.75],)" POSE "}",
-     R"({"data":[-1.0,-0.5,0.0,0.5,1.0]})", nullptr,
+     R"({"data":[-1.0,-0.5,0.0,0.5,1.0]})", "calcIk " POSE_TEXT ", ret:[-1, -0.5, 0, 0.5, 1] (0)",
      [](TandiFiveRobot& r, Ec& ec) { expectEqual(r.model().calcIk(posture(), ec), angles<5>()); },
      anglesRules()},
     {"all solutions", 'c', "utils.calc.all.ik",

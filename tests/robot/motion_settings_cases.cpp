@@ -13,6 +13,8 @@ using Ec = std::error_code;
 using Space = JogOpt::Space;
 using Mode = MotionControlMode;
 
+#define JOGGED "startJog end, space: baseParallel, rate: 50%, step: 0.5, index: 0, direction: true "
+
 const WireCase rows[] = {
     {"default speed", 's', "move.default_speed", "0.20000000000000001", "0",
      "setDefaultSpeed end, speed: 200 (0)", [](Robot& r, Ec& ec) { r.setDefaultSpeed(200, ec); }},
@@ -53,14 +55,16 @@ const WireCase rows[] = {
        r.startJogWithExt(Space::toolFrame, 0.25, 2, 0, false, "track \"1\"", ec, true);
      }},
     {"pause", 'c', "move.pause", "null", "0", "stop end (0)", [](Robot& r, Ec& ec) { r.stop(ec); }},
-    {"pause and go on", 'c', "move.pause", "null", "0", "stop end (0)",
+    {"pause and go on", 'c', "move.pause", "null", "0",
+     "stop end (0)\nmoveStart end (0)\nstop end (-290)\nstop end (256)",
      [](Robot& r, Ec& ec) {
        r.stop(ec);
        if (!ec) r.moveStart(ec);
      },
-     Rules().then('c', "move.continue", "0", "0")},
+     Rules().allLinesNamed().then('c', "move.continue", "0", "0")},
     {"stop of a jog, then a pause", 'c', "move.jog",
-     R"({"direction":true,"index":0,"rate":0.5,"space":7,"step":0.5})", "0", "stop jogging",
+     R"({"direction":true,"index":0,"rate":0.5,"space":7,"step":0.5})", "0",
+     JOGGED "(0)\nstop jogging\nstop end (0)\nstop end (0)\n" JOGGED "(-290)\n" JOGGED "(256)",
      [](Robot& r, Ec& ec) {
        r.startJog(Space::baseParallelMode, 0.5, 0.5, 0, true, ec);
        const Ec jogged = ec;
@@ -71,7 +75,10 @@ const WireCase rows[] = {
        }
        if (!ec) r.stop(ec);
      },
-     Rules().then('c', "move.stop", R"({"task_space":1})", "0").then('c', "move.pause", "null", "0")},
+     Rules()
+         .allLinesNamed()
+         .then('c', "move.stop", R"({"task_space":1})", "0")
+         .then('c', "move.pause", "null", "0")},
     {"to real time", 'c', "eci.enable", R"({"protocol_version":"sdk0.7.1"})", "0",
      "setMotionControlMode end, mode: RtCommand (0)",
      [](Robot& r, Ec& ec) { r.setMotionControlMode(Mode::RtCommand, ec); },
@@ -89,7 +96,8 @@ const WireCase rows[] = {
     {"to tasks", 'g', "sys.state", "null", R"("rlProgram")", "setMotionControlMode end, mode: NrtRLTask (0)",
      [](Robot& r, Ec& ec) { r.setMotionControlMode(Mode::NrtRLTask, ec); },
      Rules().then('w', "move.last_error_with_setting", "false", "0")},
-    {"to tasks and back", 'g', "sys.state", "null", R"("idle")", "setMotionControlMode end, mode: Idle (0)",
+    {"to tasks and back", 'g', "sys.state", "null", R"("idle")",
+     "setMotionControlMode end, mode: NrtRLTask (0)\nsetMotionControlMode end, mode: Idle (0)",
      [](Robot& r, Ec& ec) {
        r.setMotionControlMode(Mode::NrtRLTask, ec);
        r.setMotionControlMode(Mode::Idle, ec);

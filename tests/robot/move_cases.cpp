@@ -22,6 +22,7 @@ const CartesianPosition far({0.5, 0.1, 0.5}, {3.1, 0.2, 3.1});
   R"("trans":[0.5,0.10000000000000001,0.5])"
 #define NEAR_TEXT "trans:[0.4, 0.1, 0.5], rpy:[3.1, 0.2, 3.1]"
 #define FAR_TEXT "trans:[0.5, 0.1, 0.5], rpy:[3.1, 0.2, 3.1]"
+#define CIRCLE_LINE "Process circle " NEAR_TEXT " , aux " FAR_TEXT " , s:-1, z:-1, rs:-1, -1\n"
 
 template <class T>
 void append(BaseRobot& r, std::vector<T> batch, Ec& ec) {
@@ -91,7 +92,7 @@ const WireCase rows[] = {
      "0",
      "Process posture trans:[1, 0, 0], rpy:[0, 0, 0], conf:[1, -1, 0, 2] offset:offs trans:[0, 0.5, 0], "
      "rpy:[0, 0, 1], "
-     "s:-1, z:-1, js:-1",
+     "s:-1, z:-1, js:-1\nAppend cmd {id}",
      [](Robot& r, Ec& ec) {
        append(r,
               std::vector{with(MoveLCommand(CartesianPosition({1, 0, 0}, {})),
@@ -156,7 +157,8 @@ const WireCase rows[] = {
     {"full circles of the other rotations", 'c', "move.cf",
      "{\"path\":[{\"aux\":{" FAR "},\"circle\":{\"angle\":1.0,\"rot_type\":\"const_pose\"},\"point\":{" NEAR
      "}},{\"aux\":{" FAR "},\"circle\":{\"angle\":-1.0,\"rot_type\":\"fixed_axis\"},\"point\":{" NEAR "}}]}",
-     "0", "full circle: 1, const_pose\nfull circle: -1, fixed_axis",
+     "0",
+     CIRCLE_LINE "full circle: 1, const_pose\n" CIRCLE_LINE "full circle: -1, fixed_axis\nAppend cmd {id}",
      [](Robot& r, Ec& ec) {
        append(r,
               std::vector{MoveCFCommand(near, far, 1),
@@ -176,23 +178,26 @@ const WireCase rows[] = {
      Rules().queuedAs("sp")},
     {"wait", 'c', "move.wait", R"({"time":0.5})", "0", "Append cmd {id}",
      [](Robot& r, Ec& ec) { appendWait(r, std::chrono::milliseconds(500), ec); }, Rules().queuedAs("wait")},
-    {"wait of half a millisecond too much", 'c', "move.wait", R"({"time":0.001})", "0", nullptr,
+    {"wait of half a millisecond too much", 'c', "move.wait", R"({"time":0.001})", "0", "Append cmd {id}",
      [](Robot& r, Ec& ec) { appendWait(r, std::chrono::nanoseconds(1'500'000), ec); },
      Rules().queuedAs("wait")},
     {"execute lines", 'c', "move.l", "{\"path\":[{\"point\":{" NEAR "}},{\"point\":{" FAR "}}]}", "0",
-     "Process posture " FAR_TEXT " , s:-1, z:-1, js:-1\nexecuteCommand (0)",
+     "Process posture " NEAR_TEXT " , s:-1, z:-1, js:-1\nProcess posture " FAR_TEXT
+     " , s:-1, z:-1, js:-1\nexecuteCommand (0)",
      [](Robot& r, Ec& ec) {
        r.executeCommand(std::vector{MoveLCommand(near), MoveLCommand(far)}, ec);
      },
      Rules().then('c', "move.continue", "null", "0").notAwaited(256).silentOnDeadLink()},
-    {"execute joints", 'c', "move.j", R"({"point":[1.0,2.0]})", "0", "executeCommand (0)",
+    {"execute joints", 'c', "move.j", R"({"point":[1.0,2.0]})", "0",
+     "Process joints [1, 2], s:-1, z:-1, js:-1\nexecuteCommand (0)",
      [](Robot& r, Ec& ec) {
        r.executeCommand(std::vector{MoveAbsJCommand({1, 2})}, ec);
      },
      Rules().then('c', "move.continue", "null", "-1").notAwaited(256).silentOnDeadLink()},
     {"execute a full circle", 'c', "move.cf",
      "{\"aux\":{" FAR "},\"circle\":{\"angle\":1.0,\"rot_type\":\"const_pose\"},\"point\":{" NEAR "}}", "0",
-     nullptr, [](Robot& r, Ec& ec) { r.executeCommand(std::vector{MoveCFCommand(near, far, 1)}, ec); },
+     CIRCLE_LINE "full circle: 1, const_pose\nexecuteCommand (0)",
+     [](Robot& r, Ec& ec) { r.executeCommand(std::vector{MoveCFCommand(near, far, 1)}, ec); },
      Rules().then('c', "move.continue", "null", "0").notAwaited(256).silentOnDeadLink()},
     {"start", 'c', "move.continue", "0", "0", "moveStart end (0)", [](Robot& r, Ec& ec) { r.moveStart(ec); }},
     {"reset", 'c', "move.reset", R"({"remain_traj":true})", "0", "moveReset end (0)",

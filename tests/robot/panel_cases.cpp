@@ -56,6 +56,10 @@ CANFrame frameOf(int type, Bytes data) {
 const char* canReply =
     R"({"data":{"data_array":[1,2,259,4,5],"frame_format":1,"frame_id":7,"frame_type":2,"frame_valid_length":5}})";
 
+#define REGISTERS_LOG " NorvilRWModbusRTUReg valid_size  | (59)\n NorvilRWModbusRTUReg end, ec:0"
+#define COILS_LOG " NorvilRWModbusRTUCoil valid_size  | (944)\n NorvilRWModbusRTUCoil end, ec:0"
+#define BYTES_LOG " NorvilRS485SendData valid_size  | (128)\n NorvilRS485SendData end, ec:0"
+
 const WireCase rows[] = {
     {"supply off", 's', "device.io.norvil", R"({"vout":"off"})", "0", "setNorvilVout end, opt: off (0)",
      [](Robot& r, Ec& ec) { r.setNorvilVout(Vout::off, ec); }},
@@ -74,26 +78,25 @@ const WireCase rows[] = {
      [](Robot& r, Ec& ec) { r.setNorvilRS485(Vout::off, false, ec); }},
     {"read registers", 'c', "modbusRTU.register.rw",
      R"({"data_array":[0,0,0],"fun_cmd":3,"if_crc_reverse":true,"num":3,"reg_addr":0,"slave_addr":65535})",
-     R"({"data":{"data_array":[1,65535,65537]}})",
-     " NorvilRWModbusRTUReg valid_size  | (59)\n NorvilRWModbusRTUReg end, ec:0",
+     R"({"data":{"data_array":[1,65535,65537]}})", REGISTERS_LOG,
      [](Robot& r, Ec& ec) {
        rwRegisters(r, 3, "int16", {0, 0, 0}, {1, 65535, 1}, ec);
      },
      reading()},
     {"read wide registers", 'c', "modbusRTU.register.rw",
      R"({"data_array":[0,0],"fun_cmd":4,"if_crc_reverse":true,"num":2,"reg_addr":0,"slave_addr":65535})",
-     R"({"data":{"data_array":[4660,22136]}})", nullptr,
+     R"({"data":{"data_array":[4660,22136]}})", REGISTERS_LOG,
      [](Robot& r, Ec& ec) { rwRegisters(r, 4, "uint32", {0}, {0x56781234}, ec); }, reading()},
     {"write wide registers", 'c', "modbusRTU.register.rw",
      R"({"data_array":[65535,65535,2,1],"fun_cmd":16,"if_crc_reverse":true,"num":4,"reg_addr":0,"slave_addr":65535})",
-     R"({"data":{"data_array":[65535,65535,2,1]}})", nullptr,
+     R"({"data":{"data_array":[65535,65535,2,1]}})", REGISTERS_LOG,
      [](Robot& r, Ec& ec) {
        rwRegisters(r, 16, "int32", {-1, 65538}, {-1, 65538}, ec);
      },
      reading()},
     {"write one register of an array too short", 'c', "modbusRTU.register.rw",
      R"({"data_array":[65534,0],"fun_cmd":6,"if_crc_reverse":false,"num":2,"reg_addr":65535,"slave_addr":0})",
-     R"({"data":{"data_array":[65534]}})", nullptr,
+     R"({"data":{"data_array":[65534]}})", REGISTERS_LOG,
      [](Robot& r, Ec& ec) {
        std::vector<int> values{-2};
        r.NorvilRWModbusRTUReg(0, 6, 65535, "uint16", 2, values, false, ec);
@@ -102,20 +105,19 @@ const WireCase rows[] = {
      reading()},
     {"no registers", 'c', "modbusRTU.register.rw",
      R"({"fun_cmd":3,"if_crc_reverse":true,"num":0,"reg_addr":0,"slave_addr":65535})",
-     R"({"data":{"data_array":[1]}})", nullptr,
+     R"({"data":{"data_array":[1]}})", REGISTERS_LOG,
      [](Robot& r, Ec& ec) { rwRegisters(r, 3, "int16", {}, {}, ec); },
      reading().tolerates("/data/data_array/*")},
     {"read coils", 'c', "modbusRTU.coil.rw",
      R"({"coil_addr":65535,"data_array":[false,false],"fun_cmd":1,"if_crc_reverse":false,"num":2,"slave_addr":1})",
-     R"({"data":{"rev_data":[true,0]}})",
-     " NorvilRWModbusRTUCoil valid_size  | (944)\n NorvilRWModbusRTUCoil end, ec:0",
+     R"({"data":{"rev_data":[true,0]}})", COILS_LOG,
      [](Robot& r, Ec& ec) {
        rwCoils(r, 1, {false, false}, {true, false}, ec);
      },
      reading().tolerates("/data/rev_data/*=bool /data/rev_data/*=int /data/rev_data/*=real")},
     {"write a coil of an array too long", 'c', "modbusRTU.coil.rw",
      R"({"coil_addr":0,"data_array":[true],"fun_cmd":5,"if_crc_reverse":false,"num":1,"slave_addr":0})",
-     R"({"data":{"rev_data":[true]}})", nullptr,
+     R"({"data":{"rev_data":[true]}})", COILS_LOG,
      [](Robot& r, Ec& ec) {
        std::vector<bool> values{true, true, true};
        r.NorvilRWModbusRTUCoil(0, 5, 0, 1, values, false, ec);
@@ -123,15 +125,14 @@ const WireCase rows[] = {
      },
      reading().tolerates("/data/rev_data/*=int /data/rev_data/*=real")},
     {"bytes", 'c', "modbusRTU.data.rw", R"({"rev_len":3,"send_data":[1,255],"send_len":2})",
-     R"({"data":{"rev_data":[3,511]}})",
-     " NorvilRS485SendData valid_size  | (128)\n NorvilRS485SendData end, ec:0",
+     R"({"data":{"rev_data":[3,511]}})", BYTES_LOG,
      [](Robot& r, Ec& ec) {
        Bytes received(3, 9);
        r.NorvilRS485SendData(2, 3, {1, 255}, received, ec);
        expectEqual(received, {3, 255, 0}, {0, 0, 0});
      },
      reading()},
-    {"no bytes", 'c', "modbusRTU.data.rw", R"({"rev_len":0,"send_len":0})", "null", nullptr,
+    {"no bytes", 'c', "modbusRTU.data.rw", R"({"rev_len":0,"send_len":0})", "null", BYTES_LOG,
      [](Robot& r, Ec& ec) {
        Bytes received;
        r.NorvilRS485SendData(0, 0, {}, received, ec);
@@ -148,16 +149,16 @@ const WireCase rows[] = {
      Rules().replyUnread()},
     {"send frames of words", 'c', "modbusRTU.can.send",
      R"({"send_frames":[{"data_array":[1,0,255,0],"frame_format":1,"frame_id":7,"frame_type":1,"frame_valid_length":4}]})",
-     "0", nullptr,
+     "0", " CANSendData end, ec:0",
      [](Robot& r, Ec& ec) {
        r.CANSendData("int16", {frameOf(1, {1, 255})}, ec);
      },
      Rules().replyUnread()},
     {"send frames of a type that isn't known", 'c', "modbusRTU.can.send",
      R"({"send_frames":[{"frame_format":1,"frame_id":7,"frame_type":2,"frame_valid_length":0}]})", "0",
-     nullptr, [](Robot& r, Ec& ec) { r.CANSendData("int8", {frameOf(2, Bytes(20))}, ec); },
+     " CANSendData end, ec:0", [](Robot& r, Ec& ec) { r.CANSendData("int8", {frameOf(2, Bytes(20))}, ec); },
      Rules().replyUnread()},
-    {"send no frame", 'c', "modbusRTU.can.send", R"({"send_frames":[]})", "0", nullptr,
+    {"send no frame", 'c', "modbusRTU.can.send", R"({"send_frames":[]})", "0", " CANSendData end, ec:0",
      [](Robot& r, Ec& ec) { r.CANSendData("uint8", {}, ec); }, Rules().replyUnread()},
     {"keys", 'g', "device.io.keypad", "null", "[true,0,1,false,false,false,true]", nullptr,
      [](Robot& r, Ec& ec) {

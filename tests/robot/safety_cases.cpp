@@ -69,7 +69,8 @@ const WireCase rows[] = {
     {"detection with seven axes", 'c', COLLISION,
      R"({"action":{"behaviour":"stop1","fallback":2.0},"enable":true,)"
      R"("sensitivity":[1.0,1.0,1.0,1.0,1.0,1.0,2.0]})",
-     "0", nullptr,
+     "0",
+     "enableCollisionDetection end, sensitivity: [1, 1, 1, 1, 1, 1, 2], behaviour: stop1, fallback: 2 (0)",
      [](QuillRobot& r, Ec& ec) {
        r.enableCollisionDetection({1, 1, 1, 1, 1, 1, 2}, StopLevel::stop1, 2, ec);
      },
@@ -97,7 +98,8 @@ const WireCase rows[] = {
        r.setSoftLimit(true, ec, {{{-1, 1}, {-2, 2}, {-3, 3.5}}});
      },
      nullIsSuccess()},
-    {"switch limits off", 'c', "safety.soft_limit", R"({"enable":false,"lower":[],"upper":[]})", "0", nullptr,
+    {"switch limits off", 'c', "safety.soft_limit", R"({"enable":false,"lower":[],"upper":[]})", "0",
+     "setSoftLimit end false, [[1.7976931348623157e+308, 0], [0, 0], [0, 0], [0, 0], [0, 0], [0, 0]], (0)",
      [](Robot& r, Ec& ec) { r.setSoftLimit(false, ec); }, nullIsSuccess()},
     {"zero of all force sensors", 'c', "utils.calibrate_force_sensor", "null", "0",
      "calibrateForceSensor end true, 99, (0)", [](Robot& r, Ec& ec) { r.calibrateForceSensor(true, 99, ec); },

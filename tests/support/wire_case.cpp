@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 
+#include "core/log_registry.h"
 #include "support/acknowledging_link.h"
 #include "support/damage.h"
 #include "support/temporary_folder.h"
@@ -90,6 +91,7 @@ class Run {
 
   void success() {
     SCOPED_TRACE("success");
+    const std::size_t linesBefore = ownLog().size();
     EXPECT_EQ(callWith(row_.reply).value(), 0);
     const std::string reported = wireExpectation().id;
     const auto& before = row_.rules.preceding;
@@ -107,6 +109,46 @@ class Run {
     }
     checkId(reported);
     catchUp();
+    checkLog(linesBefore);
+  }
+
+  std::vector<std::string> ownLog() const {
+    if (const auto logger = internal::LogRegistry::instance().robot(row_.call.identity.id)) logger->flush();
+    return robotLog(row_.call.identity.id);
+  }
+  // The row's lines, as the log has them.
+  std::vector<std::string> expectedLines() const {
+    std::vector<std::string> expected;
+    if (row_.log == nullptr) return expected;
+    std::istringstream lines(row_.log);
+    for (std::string line; std::getline(lines, line);) {
+      if (const auto at = line.find("{id}"); at != std::string::npos) line.replace(at, 4, id_);
+      const std::string level = line.starts_with("E: ") ? "E: " : "";
+      const std::string uid = row_.rules.ownLog ? "" : "uid: " + row_.call.identity.id + " | ";
+      expected.push_back(level + uid + line.substr(level.size()));
+    }
+    return expected;
+  }
+  bool isOfFailure(const std::string& line) const {
+    if (row_.rules.linesOfFailures) return false;  // those aren't named
+    return line.starts_with("E: ") || (line.ends_with(')') && !line.ends_with("(0)"));
+  }
+
+  // Each line of a success is there once, and nothing else.
+  void checkLog(std::size_t linesBefore) {
+    auto expected = expectedLines();
+    std::erase_if(expected, [this](const auto& line) { return isOfFailure(line); });
+    std::vector<std::string> written;
+    eventually([&] {
+      written = ownLog();
+      written.erase(written.begin(), written.begin() + static_cast<std::ptrdiff_t>(linesBefore));
+      // Objects with a link of their own: what the link says of itself is none of the operation's.
+      std::erase_if(written, [](const auto& line) {
+        return line.find(" | xService ") != line.npos || line.find(" | FileTransfer ") != line.npos;
+      });
+      return written.size() >= expected.size();
+    });
+    EXPECT_EQ(written, expected);
   }
 
   void checkId(const std::string& reported) {
@@ -183,15 +225,12 @@ class Run {
     EXPECT_EQ(callWith(row_.reply).value(), row_.rules.deadCode);
   }
 
+  // What was written of failures, and to the global log.
   void logLines() {
     SCOPED_TRACE("log");
     robot_.reset();
-    if (row_.log == nullptr) return;
     const auto own = robotLog(row_.call.identity.id), global = globalLog();
-    const auto expectLine = [&](const std::string& text) {
-      const std::string level = text.starts_with("E: ") ? "E: " : "";
-      const std::string uid = row_.rules.ownLog ? "" : "uid: " + row_.call.identity.id + " | ";
-      const std::string line = level + uid + text.substr(level.size());
+    const auto expectLine = [&](const std::string& line) {
       const auto has = [&](const auto& lines) {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
       };
@@ -199,9 +238,7 @@ class Run {
                             << fmt::format("{}", fmt::join(own, "\n"));
       EXPECT_NE(has(global), row_.rules.ownLog) << line << "\nin the global log";
     };
-    std::istringstream lines(row_.log);
-    for (std::string line; std::getline(lines, line);) {
-      if (const auto at = line.find("{id}"); at != std::string::npos) line.replace(at, 4, id_);
+    for (const std::string& line : expectedLines()) {
       expectLine(line);
       if (!row_.rules.linesOfFailures) continue;
       const auto success = line.rfind('0');

@@ -124,8 +124,8 @@ struct WireCase {
   const char* key;      // "" for a request of several keys: payload and reply are then the whole body
   const char* payload;  // as it stands on the wire
   const char* reply;    // of the value
-  // Lines without the uid, '\n' between them, {id} for the request's id, "E: " before one at error level;
-  // nullptr: none.
+  // The robot's log of a success: lines without the uid, '\n' between them, {id} for the request's id, "E: "
+  // before one at error level; nullptr: none.
   const char* log;
   WireCall call;
   Rules rules = {};
