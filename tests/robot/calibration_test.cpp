@@ -17,8 +17,6 @@ using Ec = std::error_code;
 constexpr const char* calibrateKey = "utils.calibrate_frame";
 constexpr const char* logKey = "user_log.query";
 
-Ec coded(int code) { return {code, category()}; }
-
 TEST_F(Calibration, TheNumberOfPointsDecides) {
   const struct {
     FrameType type;

@@ -66,6 +66,7 @@ TEST_F(Drag, JointSpaceGoesFreelyOnly) {
     robot.enableDrag(Space::jointSpace, type, ec);
     EXPECT_EQ(ec, Code::argumentInvalid);
   }
+  EXPECT_EQ(timesLogged("E: uid: scripted | enableDrag not freely in joint space (259)"), 2);
   EXPECT_EQ(controller_.count("sys.state") + controller_.count("sys.drag"), 0u);
 }
 
@@ -99,7 +100,13 @@ TEST_F(Drag, NoReplayWithoutConnectionOrForTasks) {
   ASSERT_EQ(ec.value(), 0);
   robot.replayPath("a", 1, ec);
   EXPECT_EQ(ec, Code::motionControlMode);
-  EXPECT_EQ(controller_.count("move.replay"), 0u);
+  EXPECT_EQ(timesLogged("E: uid: scripted | replayPath control mode error NrtRLTask (262)"), 1);
+
+  robot.setMotionControlMode(MotionControlMode::NrtCommand, ec);
+  ASSERT_EQ(ec.value(), 0);
+  robot.replayPath("b", 1, ec);
+  ASSERT_TRUE(controller_.waitForRequest("move.replay"));
+  EXPECT_EQ(controller_.count("move.replay"), 1u) << "and nothing of the first";
 }
 
 }  // namespace

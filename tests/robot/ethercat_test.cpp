@@ -11,8 +11,6 @@ namespace {
 using Ec = std::error_code;
 using Bytes = std::vector<std::uint8_t>;
 
-Ec coded(int code) { return {code, category()}; }
-
 class Ethercat : public RobotTest {
  protected:
   // Of a robot that stays, and from which nothing more is to come.

@@ -1,6 +1,7 @@
 // A scripted controller, and English texts, in a folder of the test's own.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <gtest/gtest.h>
@@ -25,6 +26,16 @@ class RobotTest : public testing::Test {
   TemporaryFolder folder_;
   ScriptedController controller_;
 };
+
+inline std::error_code coded(int code) { return {code, category()}; }
+
+// How often a line stands in the robot's log; it has to be in that of the process too. Both have reached
+// their files with a line at error level, and once the link has ended.
+inline auto timesLogged(const std::string& line) {
+  const auto own = robotLog("scripted"), global = globalLog();
+  EXPECT_NE(std::find(global.begin(), global.end(), line), global.end()) << line;
+  return std::count(own.begin(), own.end(), line);
+}
 
 // Text of the exception of that very type; empty if nothing was thrown.
 template <class Exception>

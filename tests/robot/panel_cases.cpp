@@ -1,5 +1,4 @@
 // The panel at the tool: supply, keypad, Modbus, plain bytes, CAN.
-#include <algorithm>
 #include <fmt/format.h>
 
 #include "robot/fixture.h"
@@ -213,49 +212,89 @@ class Panel : public RobotTest {
     return ec.value();
   }
 
+  // The lines of this operation's that have `word` in them, all of them and in this order.
+  void expectLines(const std::string& word, std::vector<std::string> expected) {
+    Ec ec;
+    robot_.disconnectFromRobot(ec);  // what was logged is in the file then
+    for (std::string& line : expected) line.insert(0, "uid: scripted | ");
+    std::vector<std::string> lines = robotLog("scripted");
+    std::erase_if(lines, [&](const auto& line) { return line.find(word) == std::string::npos; });
+    EXPECT_EQ(lines, expected);
+  }
+
   TandiRobot robot_;
 };
 
 TEST_F(Panel, BoundsOfTheArguments) {
   controller_.answer("norvil_support_rs485_param", "2");
+  std::vector<std::string> refusals;
+  // 258 and the line, or success without one.
+  const auto expectJudged = [&](const char* operation, const char* line, int code) {
+    SCOPED_TRACE(line == nullptr ? "fits" : line);
+    EXPECT_EQ(code, line == nullptr ? 0 : 258);
+    if (line != nullptr) refusals.push_back(fmt::format(" {} error: Parameter {} | (258)", operation, line));
+  };
   const struct {
     int slave, function, address;
     const char* type;
     int num;
     std::size_t size;
-    int code;
+    const char* line;
   } registerCases[] = {
-      {65535, 3, 65535, "int16", 59, 59, 0}, {65536, 3, 0, "int16", 1, 1, 258},
-      {-1, 3, 0, "int16", 1, 1, 258},        {0, 5, 0, "int16", 1, 1, 258},
-      {0, 15, 0, "int16", 1, 1, 258},        {0, 6, 0, "int16", 1, 9, 0},
-      {0, 3, -1, "int16", 1, 1, 258},        {0, 3, 65536, "int16", 1, 1, 258},
-      {0, 3, 0, "uint16", 60, 60, 258},      {0, 3, 0, "int32", 29, 29, 0},
-      {0, 3, 0, "uint32", 30, 30, 258},      {0, 6, 0, "int32", 1, 1, 258},
-      {0, 3, 0, "int16", -1, 0, 258},        {0, 3, 0, "int8", 1, 1, 258},
-      {0, 16, 0, "int16", 2, 1, 258},        {0, 3, 0, "int16", 1, 2, 258},
+      {65535, 3, 65535, "int16", 59, 59, nullptr},
+      {0, 3, 0, "int32", 29, 29, nullptr},
+      {0, 6, 0, "int16", 1, 9, nullptr},
+      {65536, 3, 0, "int16", 1, 1, "slaver_addr out of range"},
+      {-1, 3, 0, "int16", 1, 1, "slaver_addr out of range"},
+      {0, 5, 0, "int16", 1, 1, "fun_cmd out of range"},
+      {0, 15, 0, "int16", 1, 1, "fun_cmd out of range"},
+      {0, 3, -1, "int16", 1, 1, "reg_addr out of range"},
+      {0, 3, 65536, "int16", 1, 1, "reg_addr out of range"},
+      {0, 3, 0, "uint16", 60, 60, "num does not match data_type"},
+      {0, 3, 0, "int16", -1, 0, "num does not match data_type"},
+      {0, 3, 0, "uint32", 30, 30, "num does not match data_type "},
+      {0, 6, 0, "int32", 1, 1, "num does not match data_type "},
+      {0, 3, 0, "int8", 1, 1, "data_type out of range "},
+      {0, 16, 0, "int16", 2, 1, "data_array does not match num"},
+      {0, 3, 0, "int16", 1, 2, "data_array does not match num"},
   };
   for (const auto& c : registerCases) {
-    EXPECT_EQ(registers(c.slave, c.function, c.address, c.type, c.num, c.size), c.code)
-        << c.slave << ' ' << c.function << ' ' << c.address << ' ' << c.type << ' ' << c.num << ' ' << c.size;
+    expectJudged("NorvilRWModbusRTUReg", c.line,
+                 registers(c.slave, c.function, c.address, c.type, c.num, c.size));
   }
   const struct {
     int slave, function, address, num;
     std::size_t size;
-    int code;
+    const char* line;
   } coilCases[] = {
-      {65535, 1, 65535, 944, 944, 0}, {65536, 1, 0, 1, 1, 258}, {0, 6, 0, 1, 1, 258},  {0, 5, 0, 1, 0, 0},
-      {0, 15, 65536, 1, 1, 258},      {0, 2, 0, 945, 945, 258}, {0, 2, 0, -1, 0, 258}, {0, 15, 0, 2, 1, 258},
+      {65535, 1, 65535, 944, 944, nullptr},
+      {0, 5, 0, 1, 0, nullptr},
+      {65536, 1, 0, 1, 1, "slaver_addr out of range"},
+      {0, 6, 0, 1, 1, "fun_cmd out of range"},
+      {0, 15, 65536, 1, 1, "coi_addr out of range"},
+      {0, 2, 0, 945, 945, "num out of range"},
+      {0, 2, 0, -1, 0, "num out of range"},
+      {0, 15, 0, 2, 1, "data_array does not match num "},
   };
   for (const auto& c : coilCases) {
-    EXPECT_EQ(coils(c.slave, c.function, c.address, c.num, c.size), c.code)
-        << c.slave << ' ' << c.function << ' ' << c.address << ' ' << c.num << ' ' << c.size;
+    expectJudged("NorvilRWModbusRTUCoil", c.line, coils(c.slave, c.function, c.address, c.num, c.size));
   }
-  EXPECT_EQ(bytes(128, 128, 128, 128), 0);
-  EXPECT_EQ(bytes(129, 0, 129, 0), 258);
-  EXPECT_EQ(bytes(0, 129, 0, 129), 258);
-  EXPECT_EQ(bytes(-1, 0, 0, 0), 258);
-  EXPECT_EQ(bytes(2, 0, 1, 0), 258);
-  EXPECT_EQ(bytes(0, 2, 0, 1), 258);
+  const struct {
+    int send, receive;
+    std::size_t sent, received;
+    const char* line;
+  } byteCases[] = {
+      {128, 128, 128, 128, nullptr},
+      {129, 0, 129, 0, "send_byte or rev_byte out of range"},
+      {0, 129, 0, 129, "send_byte or rev_byte out of range"},
+      {-1, 0, 0, 0, "send_byte or rev_byte out of range"},
+      {2, 0, 1, 0, "byte len does not match data array size"},
+      {0, 2, 0, 1, "byte len does not match data array size"},
+  };
+  for (const auto& c : byteCases) {
+    expectJudged("NorvilRS485SendData", c.line, bytes(c.send, c.receive, c.sent, c.received));
+  }
+  expectLines(" error: ", refusals);
 }
 
 TEST_F(Panel, HowMuchFitsDependsOnTheTypeOfThePanel) {
@@ -326,55 +365,45 @@ TEST_F(Panel, FramesThatDontFitAreNotSent) {
   const struct {
     const char* type;
     CANFrame frame;
-    int code;
-    const char* line;
+    const char* line;  // null: it fits
   } cases[] = {
-      {"uint8", frameOf(-1, 0, 2, {}, 0), 258, "Parameter slaver_addr out of range | (258)"},
-      {"uint8", frameOf(0, 2, 2, {}, 0), 258, "Parameter frame_format out of range | (258)"},
-      {"uint8", frameOf(0, -1, 2, {}, 0), 258, "Parameter frame_format out of range | (258)"},
-      {"uint8", frameOf(0, 0, 3, {}, 0), 258, "Parameter frame_type out of range | (258)"},
-      {"uint8", frameOf(2, Bytes(8)), 0, nullptr},
-      {"uint8", frameOf(2, Bytes(9)), 258,
-       "Parameter frame_valid_length exceeds the limit, the data_type is uint8, length range is 0-8  | "
-       "(258)"},
-      {"int16", frameOf(2, Bytes(4)), 0, nullptr},
-      {"uint16", frameOf(2, Bytes(6)), 258,
-       "Parameter frame_valid_length exceeds the limit, the data_type is int16/uint16, length range is 0-4  "
-       "| "
-       "(258)"},
-      {"uint16", frameOf(0, 0, 2, {}, -1), 258,
-       "Parameter frame_valid_length exceeds the limit, the data_type is int16/uint16, length range is 0-4  "
-       "| "
-       "(258)"},
-      {"int16", frameOf(0, Bytes(6)), 0, nullptr},
-      {"int16", frameOf(1, Bytes(32)), 0, nullptr},
-      {"int16", frameOf(1, Bytes(5)), 258,
-       "Parameter frame_valid_length exceeds the limit, the data_type is int16/uint16, length range is "
-       "(0-4)/6/8/10/12/16/24/32 | (258)"},
-      {"uint8", frameOf(1, Bytes(12)), 0, nullptr},
-      {"uint8", frameOf(0, Bytes(64)), 0, nullptr},
-      {"uint8", frameOf(1, Bytes(9)), 258,
-       "Parameter frame_valid_length exceeds the limit, the data_type is uint8, length range is "
-       "(0-8)/12/16/20/24/32/48/64 | (258)"},
-      {"int16", frameOf(0, 0, 1, {}, -1), 258, "Parameter frame_valid_length exceeds the limit  | (258)"},
-      {"text", frameOf(0, 0, 0, {}, -1), 258, "Parameter frame_valid_length exceeds the limit  | (258)"},
-      {"text", frameOf(1, Bytes(200)), 0, nullptr},
-      {"uint8", frameOf(0, 0, 2, {1, 2}, 1), 258, "Parameter data does not match frame_valid_length | (258)"},
-      {"text", frameOf(0, 0, 2, {}, -1), 258, "Parameter data does not match frame_valid_length | (258)"},
+      {"uint8", frameOf(-1, 0, 2, {}, 0), "slaver_addr out of range"},
+      {"uint8", frameOf(0, 2, 2, {}, 0), "frame_format out of range"},
+      {"uint8", frameOf(0, -1, 2, {}, 0), "frame_format out of range"},
+      {"uint8", frameOf(0, 0, 3, {}, 0), "frame_type out of range"},
+      {"uint8", frameOf(2, Bytes(8)), nullptr},
+      {"uint8", frameOf(2, Bytes(9)),
+       "frame_valid_length exceeds the limit, the data_type is uint8, length range is 0-8 "},
+      {"int16", frameOf(2, Bytes(4)), nullptr},
+      {"uint16", frameOf(2, Bytes(6)),
+       "frame_valid_length exceeds the limit, the data_type is int16/uint16, length range is 0-4 "},
+      {"uint16", frameOf(0, 0, 2, {}, -1),
+       "frame_valid_length exceeds the limit, the data_type is int16/uint16, length range is 0-4 "},
+      {"int16", frameOf(0, Bytes(6)), nullptr},
+      {"int16", frameOf(1, Bytes(32)), nullptr},
+      {"int16", frameOf(1, Bytes(5)),
+       "frame_valid_length exceeds the limit, the data_type is int16/uint16, length range is "
+       "(0-4)/6/8/10/12/16/24/32"},
+      {"uint8", frameOf(1, Bytes(12)), nullptr},
+      {"uint8", frameOf(0, Bytes(64)), nullptr},
+      {"uint8", frameOf(1, Bytes(9)),
+       "frame_valid_length exceeds the limit, the data_type is uint8, length range is "
+       "(0-8)/12/16/20/24/32/48/64"},
+      {"int16", frameOf(0, 0, 1, {}, -1), "frame_valid_length exceeds the limit "},
+      {"text", frameOf(0, 0, 0, {}, -1), "frame_valid_length exceeds the limit "},
+      {"text", frameOf(1, Bytes(200)), nullptr},
+      {"uint8", frameOf(0, 0, 2, {1, 2}, 1), "data does not match frame_valid_length"},
+      {"text", frameOf(0, 0, 2, {}, -1), "data does not match frame_valid_length"},
   };
+  std::vector<std::string> refusals;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.line == nullptr ? "fits" : c.line);
     // The third of three: none goes out.
-    EXPECT_EQ(can(c.type, {good, good, c.frame}), c.code);
+    EXPECT_EQ(can(c.type, {good, good, c.frame}), c.line == nullptr ? 0 : 258);
+    if (c.line != nullptr)
+      refusals.push_back(fmt::format(" CANSendData error: Parameter {} | (258)", c.line));
   }
-  Ec ec;
-  robot_.disconnectFromRobot(ec);  // what was logged is in the file then
-  const auto log = robotLog("scripted");
-  for (const auto& c : cases) {
-    if (c.line == nullptr) continue;
-    const std::string line = std::string("uid: scripted |  CANSendData error: ") + c.line;
-    EXPECT_NE(std::find(log.begin(), log.end(), line), log.end()) << line;
-  }
+  expectLines(" error: ", refusals);
 }
 
 TEST_F(Panel, FramesReceived) {
@@ -384,13 +413,18 @@ TEST_F(Panel, FramesReceived) {
     const char* type;
     int code;
     CANFrame expected;
+    std::vector<int> bytes = {};  // that are logged
   } cases[] = {
-      {"bytes", canReply, "uint8", 0, frameOf(7, 1, 2, {1, 2, 3, 4, 5}, 5)},
-      {"words, a last odd byte dropped", canReply, "uint16", 0, frameOf(7, 1, 2, {1, 3}, 2)},
-      {"of a type that isn't known", canReply, "float", 0, frameOf(7, 1, 2, {}, 0)},
+      {"bytes", canReply, "uint8", 0, frameOf(7, 1, 2, {1, 2, 3, 4, 5}, 5), {1, 2, 3, 4, 5}},
+      {"words, a last odd byte dropped", canReply, "uint16", 0, frameOf(7, 1, 2, {1, 3}, 2), {1, 2, 3, 4, 5}},
+      {"of a type that isn't known", canReply, "float", 0, frameOf(7, 1, 2, {}, 0), {1, 2, 3, 4, 5}},
       {"nothing in it", "{}", "uint8", 0, frameOf(0, 0, 0, {}, 0)},
-      {"a length beyond what came", R"({"data":{"frame_valid_length":2000000000,"data_array":[1]}})", "uint8",
-       0, frameOf(0, 0, 0, {1}, 1)},
+      {"a length beyond what came",
+       R"({"data":{"frame_valid_length":2000000000,"data_array":[1]}})",
+       "uint8",
+       0,
+       frameOf(0, 0, 0, {1}, 1),
+       {1}},
       {"a length below nothing", R"({"data":{"frame_valid_length":-3,"data_array":[1]}})", "uint8", 0,
        frameOf(0, 0, 0, {}, 0)},
       {"half of it wrong", R"({"data":{"frame_id":3,"frame_type":"x"}})", "uint8", 257, {}},
@@ -400,6 +434,8 @@ TEST_F(Panel, FramesReceived) {
       {"a text", R"("x")", "uint8", -1, {}},
   };
   const CANFrame before = frameOf(1, 1, 1, {9}, 1);
+  const std::string nothing = "CANReceiveData warning : No data received after timeout | (-1)";
+  std::vector<std::string> lines;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     controller_.answer("modbusRTU.can.recv", c.reply);
@@ -408,6 +444,8 @@ TEST_F(Panel, FramesReceived) {
     robot_.CANReceiveData(-5, c.type, frame, ec);
     EXPECT_EQ(ec, Ec(c.code, category()));
     EXPECT_TRUE(frame == (c.code == 0 ? c.expected : before));
+    for (const int byte : c.bytes) lines.push_back(fmt::format(" CANReceiveData data:{}", byte));
+    lines.push_back(c.code == -1 ? nothing : fmt::format(" CANReceiveData end, ec:{}", c.code));
   }
   EXPECT_NE(controller_.frames().back().find(R"("modbusRTU.can.recv":{"timeout_ms":-5})"), std::string::npos);
   controller_.die();
@@ -415,6 +453,8 @@ TEST_F(Panel, FramesReceived) {
   CANFrame frame;
   robot_.CANReceiveData(1, "uint8", frame, ec);
   EXPECT_EQ(ec, Ec(-1, category())) << "a link that is down shows no other code";
+  lines.push_back(nothing);
+  expectLines("CANReceiveData", lines);
 }
 
 }  // namespace

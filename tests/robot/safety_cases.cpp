@@ -1,4 +1,5 @@
 // Collision detection, limits of the axes, zero of the force sensors.
+#include <fmt/format.h>
 
 #include "robot/fixture.h"
 #include "support/wire_case.h"
@@ -128,6 +129,9 @@ TEST_F(Safety, ForceSensorsOfOtherAxesAreNotAskedFor) {
     Ec ec;
     robot.calibrateForceSensor(false, index, ec);
     EXPECT_EQ(ec, Code::parameterExceedsLimit) << index;
+    EXPECT_EQ(timesLogged(
+                  fmt::format("E: uid: scripted | calibrateForceSensor index:{} over-range | (258)", index)),
+              1);
   }
   EXPECT_EQ(controller_.count("utils.calibrate_force_sensor"), 0u);
 }
