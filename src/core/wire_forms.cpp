@@ -93,9 +93,7 @@ class TreeWriting {
 
  private:
   void put(const char* key, const double* numbers, std::size_t count) {
-    Json::Value array(Json::arrayValue);
-    for (std::size_t i = 0; i < count; ++i) array.append(numbers[i]);
-    value_[key] = std::move(array);
+    value_[key] = numbersJson({numbers, count});
   }
 
   Json::Value& value_;
@@ -186,6 +184,12 @@ void report(const Reading& reading, bool* malformed) {
 }
 
 }  // namespace
+
+Json::Value numbersJson(std::span<const double> numbers) {
+  Json::Value array(Json::arrayValue);
+  for (const double number : numbers) array.append(number);
+  return array;
+}
 
 void writeFrame(const Frame& frame, Json::Value& value) {
   TreeWriting writing(value);

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <json/value.h>
+#include <span>
 #include <vector>
 
 #include <zivra/types.h>
@@ -10,6 +11,9 @@
 namespace zivra::internal {
 
 class JsonText;
+
+// An array, empty if there are none.
+Json::Value numbersJson(std::span<const double> numbers);
 
 // Sets the type's members on `value` and leaves others alone.
 void writeFrame(const Frame& frame, Json::Value& value);

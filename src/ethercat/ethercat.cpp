@@ -181,7 +181,7 @@ SlaveInfo BaseEthercat::GetSlaveInfo(int slave_addr, std::error_code& ec) noexce
   Json::Value parameters;
   parameters["addr"] = slave_addr;
   auto reply = State::command(state_, ec, "ethercat.get_slave_info", parameters);
-  if (reply.codeOrData().failed() || reply.isCode()) return {};
+  if (!reply.isData()) return {};
   SlaveInfo info;
   if (!readInfo(member(reply.value(), "data"), info)) {
     reply.fail(Code::responseUnresolved);
@@ -260,7 +260,7 @@ bool BaseEthercat::ReadPDO(int slave_addr, int offset, int size, std::uint8_t* d
     std::fputs(("ReadPDO ec: " + ec.message() + "\n").c_str(), stderr);
     return false;
   }
-  if (reply.codeOrData().failed() || reply.isCode()) return false;
+  if (!reply.isData()) return false;
   return readBytes(reply, data, size);
 }
 

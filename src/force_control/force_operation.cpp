@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "core/wire_forms.h"
+
 namespace zivra::internal {
 
 std::optional<int> wholeNumber(const Json::Value& value) noexcept {
@@ -22,8 +24,7 @@ Json::Value named(const char* cmd, const Json::Value& param) {
 
 Json::Value valuesOf(std::span<const double> values) {
   Json::Value param(Json::objectValue);
-  Json::Value& array = param["values"] = Json::Value(Json::arrayValue);
-  for (const double value : values) array.append(value);
+  param["values"] = numbersJson(values);
   return param;
 }
 

@@ -39,7 +39,9 @@ constexpr bool inRange(double value, double least, double most) { return !(value
 
 class ForceOperation : public Operation {
  public:
-  ForceOperation(XService& service, std::error_code& ec) noexcept : Operation(service, ec), ec_(ec) {}
+  ForceOperation(XService& service, std::error_code& ec) noexcept : Operation(service, ec) {}
+
+  bool failed() const noexcept { return static_cast<bool>(ec_); }
 
   // Whole numbers, and the member "error" of an object, are the result code; whatever else comes is success.
   void command(const char* key, const Json::Value& parameters = Json::Value(),
@@ -59,9 +61,6 @@ class ForceOperation : public Operation {
     if (!valid) ec_ = Code::parameterExceedsLimit;
     return valid;
   }
-
- private:
-  std::error_code& ec_;
 };
 
 }  // namespace internal

@@ -37,7 +37,7 @@ void overlay(ForceOperation op, std::string_view name, const char* cmd, std::err
 // Adds what all conditions have, sends it, and shortens the wait. False, with the line written, if `timeout`
 // is out of range.
 bool setCondition(ForceOperation& op, std::string_view name, const char* cmd, Json::Value param,
-                  bool isInside, double timeout, std::int64_t& waitTimeoutNs, std::error_code& ec) noexcept {
+                  bool isInside, double timeout, std::int64_t& waitTimeoutNs) noexcept {
   if (!op.accepts(inRange(timeout, kShortestTimeout, kLongestTimeout))) {
     op.error("{} timeout: {} over-range", name, timeout);
     return false;
@@ -47,14 +47,15 @@ bool setCondition(ForceOperation& op, std::string_view name, const char* cmd, Js
   op.set(cmd, param);
   // False for a NaN, which leaves the wait as it was.
   const double wait = (std::ceil(timeout) + kSpare) * 1e9;
-  if (!ec && wait < static_cast<double>(waitTimeoutNs)) waitTimeoutNs = static_cast<std::int64_t>(wait);
+  if (!op.failed() && wait < static_cast<double>(waitTimeoutNs))
+    waitTimeoutNs = static_cast<std::int64_t>(wait);
   return true;
 }
 
 void setRange(XService& service, std::string_view name, const char* cmd, const std::array<double, 6>& range,
               bool isInside, double timeout, std::int64_t& waitTimeoutNs, std::error_code& ec) noexcept {
   ForceOperation op(service, ec);
-  if (!setCondition(op, name, cmd, valuesOf(range), isInside, timeout, waitTimeoutNs, ec)) return;
+  if (!setCondition(op, name, cmd, valuesOf(range), isInside, timeout, waitTimeoutNs)) return;
   op.end("{} range:{}, inside:{}, timeout:{}|{} ({})", name, range, isInside, timeout, waitTimeoutNs, ec);
 }
 
@@ -127,7 +128,7 @@ void BaseForceControl::setPoseBoxCondition(const Frame& supervising_frame, const
   param["frame"] = Json::Value(Json::objectValue);
   internal::writeFrame(supervising_frame, param["frame"]);
   if (!setCondition(op, "setPoseBoxCondition", "posbox_cond", std::move(param), isInside, timeout,
-                    state().waitTimeoutNs, ec)) {
+                    state().waitTimeoutNs)) {
     return;
   }
   op.end("setPoseBoxCondition frame:{}, box:{}, inside:{}, timeout:{}|{} ({})", supervising_frame, box,

@@ -26,13 +26,6 @@ namespace {
 
 constexpr int inverseError = -32;
 
-template <std::size_t n>
-Json::Value numbersOf(const std::array<double, n>& numbers) {
-  Json::Value value(Json::arrayValue);
-  for (const double number : numbers) value.append(number);
-  return value;
-}
-
 // False: there is no pose in the reply, nor the place for one.
 bool askForPose(Operation& op, const Json::Value& question, CartesianPosition& pose) {
   auto reply = op.command("sys.calc.fk", question);
@@ -102,7 +95,7 @@ std::vector<std::vector<double>> BaseModel::calcAllIkSolutions(const CartesianPo
   Json::Value question;
   internal::writeCartesian(posture, false, question);
   auto reply = op.command("utils.calc.all.ik", question);
-  if (reply.codeOrData().failed() || reply.isCode()) return {};
+  if (!reply.isData()) return {};
   const Json::Value& result = internal::member(internal::member(reply.value(), "data"), "result");
   if (!result.isArray()) {
     reply.fail(Code::responseUnresolved);
@@ -129,7 +122,7 @@ template <unsigned short N>
 CartesianPosition Model_T<N>::calcFk(const std::array<double, N>& joints, std::error_code& ec) noexcept {
   Operation op(service(), ec);
   CartesianPosition pose;
-  if (askForPose(op, numbersOf(joints), pose))
+  if (askForPose(op, internal::numbersJson(joints), pose))
     op.end("calcFk {}, ret:{} ({})", joints, pose, ec);
   else
     op.error("calcFk {} ({})", joints, ec);
@@ -141,7 +134,7 @@ CartesianPosition Model_T<N>::calcFk(const std::array<double, N>& joints, const 
                                      std::error_code& ec) noexcept {
   Operation op(service(), ec);
   Json::Value question;
-  question["jnt_pos"] = numbersOf(joints);
+  question["jnt_pos"] = internal::numbersJson(joints);
   internal::writeToolset(toolset, question["tool_set"]);
   CartesianPosition pose;
   if (askForPose(op, question, pose))
@@ -210,7 +203,7 @@ std::vector<double> BaseRobot::getRobotCfg_DHparam(bool get_nominal, std::error_
     reply = ask();
   }
   internal::Reply rules(ec, std::move(reply));
-  if (rules.codeOrData().failed() || rules.isCode()) return {};
+  if (!rules.isData()) return {};
   return internal::Reply(ec, internal::member(rules.value(), "data")).numbers();
 }
 

@@ -31,13 +31,6 @@ const char* wordFor(FrameType type, std::size_t points) {
   return nullptr;
 }
 
-template <class Numbers>
-Json::Value numbersOf(const Numbers& numbers) {
-  Json::Value array(Json::arrayValue);
-  for (const double number : numbers) array.append(number);
-  return array;
-}
-
 FrameCalibrationResult readResult(internal::Reply reply) {
   if (reply.failed()) return {};
   const Json::Value& data = member(reply.value(), "data");
@@ -74,9 +67,9 @@ FrameCalibrationResult Robot_T<wt, dof>::calibrateFrame(FrameType type,
   Json::Value parameters;
   parameters["type"] = word;
   parameters["held"] = is_held;
-  parameters["aux"] = numbersOf(base_aux);
+  parameters["aux"] = internal::numbersJson(base_aux);
   Json::Value& taught = parameters["points"] = Json::Value(Json::arrayValue);
-  for (const auto& point : points) taught.append(numbersOf(point));
+  for (const auto& point : points) taught.append(internal::numbersJson(point));
   return readResult(op.command("utils.calibrate_frame", parameters));
 }
 

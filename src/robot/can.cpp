@@ -9,6 +9,7 @@
 
 namespace zivra {
 
+using internal::isAmong;
 using internal::Operation;
 
 namespace {
@@ -52,10 +53,6 @@ Line lineOf(Fault fault) {
   }
 }
 
-bool isOneOf(int value, std::initializer_list<int> values) {
-  return std::find(values.begin(), values.end(), value) != values.end();
-}
-
 Fault lengthFault(int frameType, Width width, int length) {
   if (frameType == 2) {
     if (width == Width::two && (length < 0 || length > 4)) return Fault::classicTwo;
@@ -63,10 +60,10 @@ Fault lengthFault(int frameType, Width width, int length) {
     return Fault::none;
   }
   if (length < 0) return Fault::negative;
-  if (width == Width::two && length > 4 && !isOneOf(length, {6, 8, 10, 12, 16, 24, 32})) {
+  if (width == Width::two && length > 4 && !isAmong(length, {6, 8, 10, 12, 16, 24, 32})) {
     return Fault::flexibleTwo;
   }
-  if (width == Width::one && length > 8 && !isOneOf(length, {12, 16, 20, 24, 32, 48, 64})) {
+  if (width == Width::one && length > 8 && !isAmong(length, {12, 16, 20, 24, 32, 48, 64})) {
     return Fault::flexibleOne;
   }
   return Fault::none;
@@ -149,10 +146,7 @@ void BaseCobot::CANSendData(const std::string& data_type, const std::vector<CANF
         data_type, frame.frame_id, frame.frame_format, frame.frame_type, frame.data, frame.frame_valid_length,
         ec);
     const Fault fault = faultOf(frame, width);
-    if (fault == Fault::none) continue;
-    ec = Code::parameterExceedsLimit;
-    op.end(lineOf(fault), ec);
-    return;
+    if (fault != Fault::none) return op.refuse(lineOf(fault));
   }
   Json::Value request;
   Json::Value& frames = request["send_frames"] = Json::Value(Json::arrayValue);

@@ -99,7 +99,7 @@ std::vector<LogInfo> BaseRobot::queryControllerLog(unsigned count, const std::se
   auto reply = op.command("user_log.query", parameters);
   if (reply.failed()) return {};
   auto entries = readLogs(reply);
-  if (internal::language() == internal::Language::chinese) convert(entries);
+  if (!entries.empty() && internal::language() == internal::Language::chinese) convert(entries);
   return entries;
 }
 

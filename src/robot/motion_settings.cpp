@@ -51,7 +51,7 @@ void BaseRobot::adjustAcceleration(double acc, double jerk, std::error_code& ec)
 
 void BaseRobot::getAcceleration(double& acc, double& jerk, std::error_code& ec) noexcept {
   auto reply = Operation(impl(), ec).get("move.acc");
-  if (reply.codeOrData().failed() || reply.isCode()) return;
+  if (!reply.isData()) return;
   const auto readAcc = internal::asNumber(internal::member(reply.value(), "acc"));
   const auto readJerk = internal::asNumber(internal::member(reply.value(), "jerk"));
   if (!readAcc || !readJerk) return reply.fail(Code::responseUnresolved);

@@ -7,9 +7,11 @@
 // Lives on the stack of the calling thread.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <json/json.h>
 #include <string>
 #include <string_view>
@@ -32,6 +34,11 @@ struct Word {
   std::string_view text;
   Enum value;
 };
+
+// Whether an argument is one of those that there are.
+inline bool isAmong(int value, std::initializer_list<int> values) noexcept {
+  return std::find(values.begin(), values.end(), value) != values.end();
+}
 
 // What the controller itself says of values that don't fit; here its answers that fit nothing, where such are
 // told apart from those that can't be read.
@@ -119,6 +126,11 @@ class Operation {
   void error(fmt::format_string<Args...> format, Args&&... args) noexcept {
     both(LogLevel::error, format, fmt::make_format_args(args...));
   }
+  // An argument is out of range: 258, and the last line, which says which one.
+  void refuse(fmt::format_string<std::error_code&> line) noexcept {
+    ec_ = Code::parameterExceedsLimit;
+    end(line, ec_);
+  }
   // The last line of an operation that could not begin, at debug level, to the global logger only.
   template <class... Args>
   void debug(fmt::format_string<Args...> format, Args&&... args) noexcept {
@@ -142,6 +154,8 @@ class Operation {
   void both(LogLevel level, fmt::string_view format, fmt::format_args args) noexcept;
 
   XService& service_;
+
+ protected:
   std::error_code& ec_;
 };
 

@@ -1,18 +1,16 @@
 // The panel at the tool: supply, keypad, and its serial port as Modbus master or as plain bytes.
-#include <algorithm>
 #include <cstdint>
-#include <initializer_list>
 #include <iterator>
 #include <optional>
 
 #include <zivra/robot.h>
-#include <zivra/version.h>
 
 #include "core/json.h"
 #include "robot/operation.h"
 
 namespace zivra {
 
+using internal::isAmong;
 using internal::LogLevel;
 using internal::Operation;
 using internal::Reply;
@@ -66,28 +64,18 @@ const char* supplyWord(NorvilOpt::Vout opt) {
   }
 }
 
-bool isOneOf(int value, std::initializer_list<int> values) {
-  return std::find(values.begin(), values.end(), value) != values.end();
-}
-
 bool isAddress(int value) { return value >= 0 && value <= 65535; }
-
-// An argument that can't be sent: the code, and the line that says which one.
-void refuse(Operation& op, std::error_code& ec, fmt::format_string<std::error_code&> line) {
-  ec = Code::parameterExceedsLimit;
-  op.end(line, ec);
-}
 
 // What the controller tells of a transfer. It has no codes of its own for the buses: "error" is -1, whatever
 // it holds. A bare integer is a refusal of the request itself; 0 in place of what was read is no answer.
-void judge(Reply& reply, std::error_code& ec) {
+void judge(Reply& reply) {
   if (reply.failed() || reply.value().isNull()) return;
   reply.codeOrData();
   if (reply.failed()) return;
   if (!reply.value().isObject()) {
     reply.fail(Code::responseUnresolved);
   } else if (!internal::member(reply.value(), "error").isNull()) {
-    ec = {-1, category()};
+    reply.fail({-1, category()});
   }
 }
 
@@ -149,32 +137,32 @@ void BaseCobot::NorvilRWModbusRTUReg(int slave_addr, int fun_cmd, int reg_addr, 
                                      std::error_code& ec) noexcept {
   Operation op(impl(), ec,
                "NorvilRWModbusRTUReg slave_addr: {} fun_cmd: {} reg_addr: {} data_type: {} num: {} ec:{} "
-               "if_crc_reverse: {}",
+               "if_crc_reverse:{}",
                slave_addr, fun_cmd, reg_addr, data_type, num, ec, if_crc_reverse);
   if (!isAddress(slave_addr)) {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter slaver_addr out of range | ({})");
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter slaver_addr out of range | ({})");
   }
-  if (!isOneOf(fun_cmd, {3, 4, 6, 16})) {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter fun_cmd out of range | ({})");
+  if (!isAmong(fun_cmd, {3, 4, 6, 16})) {
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter fun_cmd out of range | ({})");
   }
   if (!isAddress(reg_addr)) {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter reg_addr out of range | ({})");
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter reg_addr out of range | ({})");
   }
   const int validSize = panelLimits(impl()).registers;
   op.end(" NorvilRWModbusRTUReg valid_size  | ({})", validSize);
   const bool wide = data_type == "int32" || data_type == "uint32";
   if (wide && (num < 0 || num > validSize / 2 || fun_cmd == 6)) {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter num does not match data_type  | ({})");
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter num does not match data_type  | ({})");
   }
   if (!wide && data_type != "int16" && data_type != "uint16") {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter data_type out of range  | ({})");
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter data_type out of range  | ({})");
   }
   if (!wide && (num < 0 || num > validSize)) {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter num does not match data_type | ({})");
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter num does not match data_type | ({})");
   }
   const auto count = static_cast<std::size_t>(num);
   if (fun_cmd != 6 && data_array.size() != count) {
-    return refuse(op, ec, " NorvilRWModbusRTUReg error: Parameter data_array does not match num | ({})");
+    return op.refuse(" NorvilRWModbusRTUReg error: Parameter data_array does not match num | ({})");
   }
 
   const int registers = wide ? num * 2 : num;
@@ -190,7 +178,7 @@ void BaseCobot::NorvilRWModbusRTUReg(int slave_addr, int fun_cmd, int reg_addr, 
     if (wide) request["data_array"].append(value >> 16);
   }
   auto reply = op.command("modbusRTU.register.rw", request);
-  judge(reply, ec);
+  judge(reply);
   if (!refused(ec)) {
     const auto read = readBack(reply, "data_array", registers, asWord);
     data_array.assign(count, 0);
@@ -209,22 +197,22 @@ void BaseCobot::NorvilRWModbusRTUCoil(int slave_addr, int fun_cmd, int coil_addr
       "NorvilRWModbusRTUCoil slave_addr: {} fun_cmd: {} coil_addr: {} num: {} ec: {} if_crc_reverse: {} ",
       slave_addr, fun_cmd, coil_addr, num, ec, if_crc_reverse);
   if (!isAddress(slave_addr)) {
-    return refuse(op, ec, " NorvilRWModbusRTUCoil error: Parameter slaver_addr out of range | ({})");
+    return op.refuse(" NorvilRWModbusRTUCoil error: Parameter slaver_addr out of range | ({})");
   }
-  if (!isOneOf(fun_cmd, {1, 2, 5, 15})) {
-    return refuse(op, ec, " NorvilRWModbusRTUCoil error: Parameter fun_cmd out of range | ({})");
+  if (!isAmong(fun_cmd, {1, 2, 5, 15})) {
+    return op.refuse(" NorvilRWModbusRTUCoil error: Parameter fun_cmd out of range | ({})");
   }
   if (!isAddress(coil_addr)) {
-    return refuse(op, ec, " NorvilRWModbusRTUCoil error: Parameter coi_addr out of range | ({})");
+    return op.refuse(" NorvilRWModbusRTUCoil error: Parameter coi_addr out of range | ({})");
   }
   const int validSize = panelLimits(impl()).coils;
   op.end(" NorvilRWModbusRTUCoil valid_size  | ({})", validSize);
   if (num < 0 || num > validSize) {
-    return refuse(op, ec, " NorvilRWModbusRTUCoil error: Parameter num out of range | ({})");
+    return op.refuse(" NorvilRWModbusRTUCoil error: Parameter num out of range | ({})");
   }
   const auto count = static_cast<std::size_t>(num);
   if (fun_cmd != 5 && data_array.size() != count) {
-    return refuse(op, ec, " NorvilRWModbusRTUCoil error: Parameter data_array does not match num  | ({})");
+    return op.refuse(" NorvilRWModbusRTUCoil error: Parameter data_array does not match num  | ({})");
   }
 
   Json::Value request;
@@ -237,7 +225,7 @@ void BaseCobot::NorvilRWModbusRTUCoil(int slave_addr, int fun_cmd, int coil_addr
     request["data_array"].append(i < data_array.size() && data_array[i]);
   }
   auto reply = op.command("modbusRTU.coil.rw", request);
-  judge(reply, ec);
+  judge(reply);
   if (!refused(ec)) {
     const auto read = readBack(reply, "rev_data", num, internal::asTruth);
     data_array.assign(read.begin(), read.end());
@@ -251,12 +239,11 @@ void BaseCobot::NorvilRS485SendData(int send_byte, int rev_byte, const std::vect
   const int validSize = panelLimits(impl()).bytes;
   op.end(" NorvilRS485SendData valid_size  | ({})", validSize);
   if (send_byte < 0 || send_byte > validSize || rev_byte < 0 || rev_byte > validSize) {
-    return refuse(op, ec, " NorvilRS485SendData error: Parameter send_byte or rev_byte out of range | ({})");
+    return op.refuse(" NorvilRS485SendData error: Parameter send_byte or rev_byte out of range | ({})");
   }
   if (send_data.size() != static_cast<std::size_t>(send_byte) ||
       recv_data.size() != static_cast<std::size_t>(rev_byte)) {
-    return refuse(op, ec,
-                  " NorvilRS485SendData error: Parameter byte len does not match data array size | ({})");
+    return op.refuse(" NorvilRS485SendData error: Parameter byte len does not match data array size | ({})");
   }
 
   Json::Value request;
@@ -264,7 +251,7 @@ void BaseCobot::NorvilRS485SendData(int send_byte, int rev_byte, const std::vect
   request["rev_len"] = rev_byte;
   for (const std::uint8_t byte : send_data) request["send_data"].append(byte);
   auto reply = op.command("modbusRTU.data.rw", request);
-  judge(reply, ec);
+  judge(reply);
   recv_data.clear();
   if (!refused(ec)) {
     for (const unsigned byte : readBack(reply, "rev_data", rev_byte, asByte)) {
@@ -298,7 +285,7 @@ KeyPadState BaseCobot::getKeypadState(std::error_code& ec) noexcept {
 void BaseCobot::useRciClient(bool use, std::error_code& ec) noexcept {
   Operation op(impl(), ec, "useRciClient {}", use);
   Json::Value request;
-  request["protocol_version"] = use ? "" : "sdk" + sdkVersion();
+  request["protocol_version"] = use ? "" : internal::protocolVersion();
   op.set("eci.rci.cfg", request);
   op.end("useRciClient end, use: {} ({})", use, ec);
 }

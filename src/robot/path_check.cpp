@@ -23,9 +23,7 @@ Json::Value point(const CartesianPosition& position) {
 
 Json::Value startPoint(const CartesianPosition& position, const std::vector<double>& joints) {
   Json::Value value = point(position);
-  Json::Value near(Json::arrayValue);
-  for (const double angle : joints) near.append(angle);
-  value["near"] = near;
+  value["near"] = internal::numbersJson(joints);
   return value;
 }
 

@@ -43,18 +43,24 @@ const Parameter* find(std::string_view name) {
   return nullptr;
 }
 
-// The two ends of a pair; null if the name is none of a pair.
-std::pair<const Parameter*, const Parameter*> findPair(const std::string& name) {
-  return {find(name + '0'), find(name + '1')};
-}
-
+// What a name of the application's stands for, by the type that goes with it: one parameter or, for several
+// numbers, the two ends of a pair.
+struct Ends {
+  const Parameter *lower, *upper;
+};
 template <class T>
-bool isKnown(const std::string& name) {
+using Resolved = std::conditional_t<std::is_same_v<T, std::vector<double>>, Ends, const Parameter*>;
+
+// Nothing for a name that there isn't.
+template <class T>
+std::optional<Resolved<T>> resolve(const std::string& name) {
   if constexpr (std::is_same_v<T, std::vector<double>>) {
-    const auto [lower, upper] = findPair(name);
-    return lower != nullptr && upper != nullptr;
+    const Ends ends{find(name + '0'), find(name + '1')};
+    if (ends.lower == nullptr || ends.upper == nullptr) return std::nullopt;
+    return ends;
   } else {
-    return find(name) != nullptr;
+    const Parameter* parameter = find(name);
+    return parameter != nullptr ? std::optional(parameter) : std::nullopt;
   }
 }
 
@@ -81,10 +87,10 @@ Json::Value setting(const std::string& name, const std::string& value) {
 
 Json::Value setting(const std::string& name, const std::vector<double>& values) {
   Json::Value setting;
-  const auto [lower, upper] = findPair(name);
-  if (lower != nullptr && upper != nullptr && values.size() >= 2) {
-    setting[lower->key] = values[0] * lower->factor;
-    setting[upper->key] = values[1] * upper->factor;
+  const auto ends = resolve<std::vector<double>>(name);
+  if (ends && values.size() >= 2) {
+    setting[ends->lower->key] = values[0] * ends->lower->factor;
+    setting[ends->upper->key] = values[1] * ends->upper->factor;
   }
   return setting;
 }
@@ -96,7 +102,7 @@ Json::Value setting(const std::string& name, const Frame& frame) {
 }
 
 // An object says in "data" whether the frame was taken; without it, it wasn't.
-void setBaseFrame(Operation& op, const Frame& frame, const Json::Value& value, std::error_code& ec) {
+void sendBaseFrame(Operation& op, const Frame& frame, const Json::Value& value, std::error_code& ec) {
   auto reply = op.command("rail.set_rail_frame", value);
   if (reply.isData() && reply.value().isObject()) {
     const Json::Value& data = member(reply.value(), "data");
@@ -115,13 +121,12 @@ std::optional<double> readScaled(const Json::Value& value, const Parameter& para
   return number ? std::optional(*number / parameter.factor) : std::nullopt;
 }
 
-// The parameter, which is known, out of all of the rail's; nothing if it is of another type.
+// The parameter out of all of the rail's; nothing if it is of another type.
 template <class T>
-std::optional<T> pick(const std::string& name, const Json::Value& all) {
+std::optional<T> pick(const Resolved<T>& wanted, const Json::Value& all) {
   if constexpr (std::is_same_v<T, std::vector<double>>) {
-    const auto [lower, upper] = findPair(name);
     std::vector<double> values;
-    for (const Parameter* end : {lower, upper}) {
+    for (const Parameter* end : {wanted.lower, wanted.upper}) {
       const Json::Value& value = member(all, end->key);
       const auto read = value.isNull() ? 0.0 : readScaled(value, *end);
       if (!read) return std::nullopt;
@@ -129,16 +134,15 @@ std::optional<T> pick(const std::string& name, const Json::Value& all) {
     }
     return values;
   } else {
-    const Parameter& parameter = *find(name);
-    const Json::Value& value = member(all, parameter.key);
+    const Json::Value& value = member(all, wanted->key);
     if constexpr (std::is_same_v<T, Frame>) {
       bool malformed = false;
       const Frame frame = internal::readFrame(value, &malformed);
       return malformed ? std::nullopt : std::optional(frame);
     } else if constexpr (std::is_same_v<T, double>) {
-      return readScaled(value, parameter);
+      return readScaled(value, *wanted);
     } else if constexpr (std::is_same_v<T, int>) {
-      const auto read = readScaled(value, parameter);
+      const auto read = readScaled(value, *wanted);
       return read ? internal::fitting<int>(*read) : std::nullopt;
     } else {
       return internal::readAs<T>(value);
@@ -156,7 +160,7 @@ internal::ForRailSetting<T> BaseRobot::setRailParameter(const std::string& name,
   if (wanted.isNull()) {
     ec = Code::argumentInvalid;
   } else if constexpr (std::is_same_v<T, Frame>) {
-    zivra::setBaseFrame(op, value, wanted, ec);
+    sendBaseFrame(op, value, wanted, ec);
   } else {
     op.set("rail_param", wanted);
   }
@@ -176,14 +180,15 @@ template <class T>
 internal::ForRail<T> BaseRobot::getRailParameter(const std::string& name, T& value,
                                                  std::error_code& ec) noexcept {
   Operation op(impl(), ec);
-  if (!isKnown<T>(name)) {
+  const auto wanted = resolve<T>(name);
+  if (!wanted) {
     ec = Code::argumentInvalid;
     return;
   }
   auto reply = op.get("rail_param");
   if (!reply.isData()) return;
   if (!reply.value().isObject()) return reply.fail(Code::responseUnresolved);
-  if (auto read = pick<T>(name, reply.value())) {
+  if (auto read = pick<T>(*wanted, reply.value())) {
     value = std::move(*read);
   } else {
     reply.fail(Code::argumentInvalid);

@@ -5,6 +5,7 @@
 #include <zivra/robot.h>
 
 #include "core/json.h"
+#include "core/wire_forms.h"
 #include "robot/operation.h"
 
 namespace zivra {
@@ -15,13 +16,6 @@ namespace {
 
 constexpr const char* collisionKey = "safety.collision_detection";
 constexpr const char* softLimitKey = "safety.soft_limit";
-
-template <std::size_t n>
-Json::Value arrayOf(const std::array<double, n>& values) {
-  Json::Value array(Json::arrayValue);
-  for (const double value : values) array.append(value);
-  return array;
-}
 
 const char* behaviourWord(StopLevel level) {
   switch (level) {
@@ -40,7 +34,7 @@ Json::Value collisionRequest(const std::array<double, n>& sensitivity, const cha
                              double number) {
   Json::Value request;
   request["enable"] = true;
-  request["sensitivity"] = arrayOf(sensitivity);
+  request["sensitivity"] = internal::numbersJson(sensitivity);
   request["action"]["behaviour"] = behaviour;
   if (compliant) {
     request["compliance"] = std::min(number, 1.0);

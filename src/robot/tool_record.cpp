@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "core/wire_forms.h"
+
 namespace zivra::internal {
 namespace {
 
@@ -60,8 +62,7 @@ Json::Value frameRecord(const Frame& frame) {
 Json::Value loadRecord(const Load& load, bool robotHeld) {
   Json::Value value;
   value["mass"] = load.mass;
-  Json::Value& moment = value["moment"] = Json::Value(Json::arrayValue);
-  for (const double inertia : load.inertia) moment.append(inertia * squareMillimetres);
+  value["moment"] = numbersJson(scaled(load.inertia, squareMillimetres));
   Json::Value& pose = value["pose"];
   // What stands in the cell has no centre of gravity that the robot would feel.
   pose["pos"] = robotHeld ? members(xyz, scaled(load.cog, millimetres)) : members(xyz, integerZeros);

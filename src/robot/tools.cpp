@@ -14,8 +14,6 @@ namespace {
 
 constexpr int toolFailure = -50501;
 
-std::error_code controllerCode(int code) { return {code, category()}; }
-
 // An entry of the controller's list; nothing if a member has the wrong type.
 std::optional<WorkToolInfo> readEntry(const std::string& name, const Json::Value& entry) {
   bool malformed = !entry.isNull() && !entry.isObject();
@@ -34,7 +32,7 @@ std::vector<WorkToolInfo> readList(Operation& op, ToolKind kind) {
   const std::string word(wordOf(kind));
   auto reply = op.get(("project." + word + ".info").c_str());
   std::vector<WorkToolInfo> list;
-  if (reply.codeOrData().failed() || reply.isCode()) return list;
+  if (!reply.isData()) return list;
   const Json::Value& entries = internal::member(reply.value(), word);
   if (!entries.isObject()) {
     reply.fail(Code::responseUnresolved);
@@ -82,7 +80,7 @@ void writeTool(Operation& op, ToolKind kind, const WorkToolInfo& info) {
 Toolset BaseRobot::toolset(std::error_code& ec) noexcept {
   Toolset toolset;
   auto reply = Operation(impl(), ec).get("ix.coord.toolset");
-  if (reply.codeOrData().failed() || reply.isCode()) return toolset;
+  if (!reply.isData()) return toolset;
   if (internal::readToolset(reply.value(), toolset) != 0) reply.fail(Code::responseUnresolved);
   return toolset;
 }
@@ -110,7 +108,7 @@ Toolset BaseRobot::setToolset(const std::string& toolName, const std::string& wo
     if (!internal::hasMember(reply.value(), "data")) {
       ec = internal::protocolMismatch();
     } else if (internal::hasMember(reply.value(), "error")) {
-      ec = controllerCode(toolFailure);
+      ec = {toolFailure, category()};
     } else if (internal::readToolset(data, found) != 0 || !internal::member(data, "end").isObject() ||
                !internal::member(data, "ref").isObject()) {
       ec = Code::responseUnresolved;

@@ -118,6 +118,8 @@ namespace internal {
 bool readInfo(const Json::Value& value, Info& info);
 // Throws unless version, axes and work type fit.
 void checkController(const Info& info, WorkType actualType, WorkType requestedType, unsigned short dof);
+// What the controller is told of this library, where it asks for the real-time client's version.
+std::string protocolVersion();
 // The word of "sys.state" as a state.
 OperationState operationStateOf(const std::string& word);
 OperationState readOperationState(XService& service, std::error_code& ec) noexcept;

@@ -36,11 +36,13 @@ std::error_code leaveRealTime(XService& service) {
 
 std::error_code enterRealTime(XService& service) {
   Json::Value parameters;
-  parameters["protocol_version"] = "sdk" + BaseRobot::sdkVersion();
+  parameters["protocol_version"] = internal::protocolVersion();
   return commandCode(service, "eci.enable", parameters);
 }
 
 }  // namespace
+
+std::string internal::protocolVersion() { return "sdk" + BaseRobot::sdkVersion(); }
 
 void BaseRobot::Impl::switchMode(MotionControlMode wanted, std::error_code& ec) noexcept {
   ec.clear();
