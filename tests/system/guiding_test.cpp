@@ -108,7 +108,7 @@ TEST_F(Guiding, IsRefusedWhileTheTorqueSensorsAreOff) {
   robot.disableDrag(ec);
   robot.calibrateForceSensor(true, 0, ec);
   EXPECT_FALSE(ec) << ec.message();
-  EXPECT_NEAR(robot.jointTorque(ec)[1], before[1], 1e-9);
+  EXPECT_NEAR(robot.jointTorque(ec)[0], before[0], 1e-9);
 }
 
 TEST_F(Guiding, GoesOnUnderRealTimeControl) {
