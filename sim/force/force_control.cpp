@@ -123,9 +123,10 @@ void ForceControl::fail(World& w) {
 }
 
 void ForceControl::endRun(World& w, State state, int code) {
+  // What else moves the arm brakes it by itself.
+  if (running()) w.motion.yield(w.motion.joints(), Joints(w.motion.joints().size(), 0.0));
   state_ = state;
   overlay_ = OverlayState::none;
-  w.motion.yield(w.motion.joints(), Joints(w.motion.joints().size(), 0.0));
   endWait(w, code);
 }
 

@@ -88,6 +88,20 @@ TEST(ForceControl, LeansOnASurface) {
   }
 }
 
+TEST(ForceControl, APreparedRunThatEndsLeavesABrakingArmAlone) {
+  Fc fc;
+  fc.expectDone("init", R"({"frame":"world"})");
+  fc.command("move.l", R"({"path":[{"point":)" + fc.point(0, 0.1, 0) + "}]}");
+  EXPECT_EQ(fc.command("move.continue"), 0);
+  fc.let(0.2);
+  const auto before = fc.world.motion.velocities();
+  fc.world.abortMotion(-3, "test", World::Ending::soft);
+  EXPECT_EQ(fc.world.motion.velocities(), before);
+  EXPECT_TRUE(fc.world.moving());
+  fc.run();
+  EXPECT_EQ(fc.world.motion.velocities(), Joints(before.size(), 0.0));
+}
+
 TEST(ForceControl, YieldsLikeASpring) {
   Fc fc;
   const auto start = fc.place();
