@@ -32,7 +32,6 @@ constexpr double kUsualStiffness = 1000, kUsualTurnStiffness = 100, kUsualAxisSt
 constexpr double kUsualForce = 200, kUsualTorque = 50, kUsualAxisTorque = 100;
 constexpr double kUsualSpeed = 0.25, kUsualTurnSpeed = 0.8, kUsualToolSpeed = 1.0, kUsualToolTurnSpeed = 3.0;
 constexpr double kUsualMomentum = 50, kUsualEnergy = 100;
-constexpr double kMostGain = 60;
 
 constexpr Six sixOf(double shift, double turn) { return {shift, shift, shift, turn, turn, turn}; }
 
@@ -60,7 +59,7 @@ ForceLimits ForceLimits::usual(const ArmLimits& arm) {
   limits.controlWrench = listOf(kUsualForce, kUsualTorque);
   limits.controlToolVelocity = listOf(kUsualSpeed, kUsualTurnSpeed);
   limits.controlTorque.assign(axes, kUsualAxisTorque);
-  limits.gain.assign(axes, kMostGain);
+  limits.gain.assign(axes, mostGain);
   limits.friction.assign(axes, 1.0);
   return limits;
 }

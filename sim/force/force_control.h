@@ -34,6 +34,8 @@ struct ForceLimits {
   Numbers controlWrench, controlToolVelocity, controlTorque, controlAxisVelocity;
   Numbers gain, friction;  // how readily the axes follow
 
+  static constexpr double mostGain = 60;  // the axes follow as fast as they can
+
   static ForceLimits usual(const ArmLimits& arm);
 };
 

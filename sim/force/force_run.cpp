@@ -13,7 +13,6 @@ namespace {
 constexpr double kLongestStep = 0.01;  // s
 constexpr double kGravity = 9.81;
 constexpr double kTurn = 6.283185307179586;
-constexpr double kMostGain = 60;
 constexpr double kUncompensated = 0.5;  // what friction leaves of an axis' rate if nothing is done about it
 // Believable for arms of this size, from the base to the wrist.
 constexpr std::array<double, maxAxes> kInertia{3.0, 3.0, 1.5, 0.5, 0.3, 0.1, 0.1};  // kg m^2
@@ -87,8 +86,8 @@ void ForceControl::step(World& w, double seconds) {
   double slower = 1;  // all axes alike, so that the tool keeps its direction
   for (Eigen::Index i = 0; i < rates.size(); ++i) {
     const auto axis = static_cast<std::size_t>(i);
-    rates(i) *=
-        limits_.gain[axis] / kMostGain * (1 - kUncompensated * (1 - std::min(limits_.friction[axis], 1.0)));
+    rates(i) *= limits_.gain[axis] / ForceLimits::mostGain *
+                (1 - kUncompensated * (1 - std::min(limits_.friction[axis], 1.0)));
     const double most = std::min(limits_.controlAxisVelocity[axis], arm.velocity[axis]);
     if (std::abs(rates(i)) > most) slower = std::min(slower, most / std::abs(rates(i)));
   }

@@ -1,7 +1,6 @@
 // Frames from taught points. A frame that is fixed in the cell is told in the world, one that the robot holds
 // in its flange.
 #include <algorithm>
-#include <iterator>
 
 #include "handlers/handlers.h"
 #include "handlers/values.h"
@@ -79,15 +78,12 @@ Reply calibrate(World& w, const Json::Value& parameter) {
     if (!joints || joints->size() != w.motion.arm().axes()) return badParameter();
     taught.flanges.push_back(w.motion.arm().flange(*joints));
   }
+  const auto fit = kind->fit(w, taught);
+  if (!fit) return failure(-50003, "the points lie too close together");
   Json::Value value(Json::objectValue);
-  if (const auto fit = kind->fit(w, taught)) {
-    value["data"]["frame"] = poseJson(fit->frame);
-    value["data"]["errors"] = numbersJson(fit->errors);
-  } else {
-    value["error"] = -50003;
-    value["data"]["msg"] = "the points lie too close together";
-  }
-  return answer(value);
+  value["frame"] = poseJson(fit->frame);
+  value["errors"] = numbersJson(fit->errors);
+  return data(value);
 }
 
 }  // namespace

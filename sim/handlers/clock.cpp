@@ -1,7 +1,6 @@
 // The controller's clock and the server that it follows.
 #include <algorithm>
 #include <cctype>
-#include <fmt/format.h>
 
 #include "handlers/handlers.h"
 #include "handlers/values.h"
@@ -12,13 +11,6 @@ namespace {
 
 constexpr std::size_t kLongestName = 253;  // of a host
 constexpr int kNotDone = -320;
-
-Reply failure(int code, const char* why) {
-  Json::Value value(Json::objectValue);
-  value["error"] = code;
-  value["data"]["msg"] = why;
-  return answer(value);
-}
 
 bool isHost(const std::string& name) {
   const auto belongs = [](unsigned char c) { return std::isalnum(c) || c == '.' || c == '-' || c == ':'; };

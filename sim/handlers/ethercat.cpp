@@ -22,12 +22,6 @@ constexpr StateWord kStates[] = {{"init", SlaveState::init},
 
 Reply refusal() { return refuse(-1); }
 
-Reply data(Json::Value content) {
-  Json::Value value(Json::objectValue);
-  value["data"] = std::move(content);
-  return answer(value);
-}
-
 std::optional<int> readInteger(const Json::Value& value, int least, int most) {
   if (!value.isInt() || value.asInt() < least || value.asInt() > most) return std::nullopt;
   return value.asInt();

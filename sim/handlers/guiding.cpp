@@ -1,5 +1,4 @@
 // Guiding by hand, and recorded paths.
-
 #include "handlers/handlers.h"
 #include "handlers/values.h"
 

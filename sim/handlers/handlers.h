@@ -6,6 +6,7 @@
 #include <json/json.h>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "world.h"
@@ -22,6 +23,18 @@ inline Reply refuse(int code) { return {code}; }
 inline Reply result(int code) { return {code}; }  // 0 or a refusal
 inline Reply badParameter() { return refuse(-260); }
 inline Reply answer(Json::Value value) { return {std::move(value)}; }
+// The two forms of an answer in an object: what was asked for, or what went wrong and why.
+inline Reply data(Json::Value content) {
+  Json::Value value(Json::objectValue);
+  value["data"] = std::move(content);
+  return answer(std::move(value));
+}
+inline Reply failure(int code, const std::string& why) {
+  Json::Value value(Json::objectValue);
+  value["error"] = code;
+  value["data"]["msg"] = why;
+  return answer(std::move(value));
+}
 inline Reply later(Ticket ticket) { return {Json::Value(), ticket}; }
 
 using Handler = std::function<Reply(World&, const Json::Value& parameter)>;

@@ -27,11 +27,10 @@ Reply forward(World& w, const Json::Value& question) {
   const Arm& arm = w.motion.arm();
   if (joints->size() != arm.axes()) return refuse(-50512);
   const Pose tool = compose(arm.flange(*joints), toolset->end.frame);
-  Json::Value value(Json::objectValue);
-  value["data"] = poseJson(compose(inverse(w.referenceInBase(*toolset)), tool));
-  value["data"]["elb"] = arm.elbow(*joints);
-  value["data"]["conf"] = numbersJson(arm.conf(*joints));
-  return answer(value);
+  Json::Value value = poseJson(compose(inverse(w.referenceInBase(*toolset)), tool));
+  value["elb"] = arm.elbow(*joints);
+  value["conf"] = numbersJson(arm.conf(*joints));
+  return data(value);
 }
 
 Reply inverseOf(World& w, const Json::Value& question) {
@@ -41,14 +40,8 @@ Reply inverseOf(World& w, const Json::Value& question) {
   if (!readTarget(question, target) || !elbow || !toolset) return badParameter();
   const Arm::Solution solution = w.motion.arm().inverse(flangeFor(w, *toolset, target.pose), elbow->front(),
                                                         w.motion.joints(), target.conf);
-  Json::Value value(Json::objectValue);
-  if (solution.code == 0) {
-    value["data"] = numbersJson(solution.joints);
-  } else {
-    value["error"] = solution.code;
-    value["data"]["msg"] = fmt::format("the pose has no solution ({})", solution.code);
-  }
-  return answer(value);
+  if (solution.code == 0) return data(numbersJson(solution.joints));
+  return failure(solution.code, fmt::format("the pose has no solution ({})", solution.code));
 }
 
 Reply allInverse(World& w, const Json::Value& question) {
@@ -56,13 +49,13 @@ Reply allInverse(World& w, const Json::Value& question) {
   if (!readTarget(question, target) || member(question, "elb").isNull()) return badParameter();
   const Arm& arm = w.motion.arm();
   Json::Value value(Json::objectValue);
-  Json::Value& result = value["data"]["result"] = Json::Value(Json::arrayValue);
+  Json::Value& result = value["result"] = Json::Value(Json::arrayValue);
   for (const Joints& joints : arm.allSolutions(flangeFor(w, w.tools.inForce, target.pose), target.elbow)) {
     Json::Value& solution = result.append(Json::Value(Json::objectValue));
     solution["jnt"] = numbersJson(joints);
     solution["conf"] = numbersJson(arm.conf(joints));
   }
-  return answer(value);
+  return data(value);
 }
 
 // Row after row a, alpha, d, theta [m, rad]. The full set has beta behind them, the tilt about y of axes that
@@ -74,15 +67,13 @@ Reply configuration(World& w, const Json::Value& question) {
     return badParameter();
   const bool full = key == "KINEMATICS.DH_PARAMS_ALL";
   if (!full && key != "KINEMATICS.DH_PARAMS") return badParameter();
-  Json::Value value(Json::objectValue);
-  value["data"] = Json::Value();
-  if (full && !w.identity.model.collaborative) return answer(value);
-  Json::Value& data = value["data"] = Json::Value(Json::arrayValue);
+  if (full && !w.identity.model.collaborative) return data(Json::Value());
+  Json::Value numbers(Json::arrayValue);
   for (const DhRow& row : w.motion.arm().dhParameters()) {
-    for (const double number : {row.a, row.alpha, row.d, row.theta}) data.append(number);
-    if (full) data.append(0.0);
+    for (const double number : {row.a, row.alpha, row.d, row.theta}) numbers.append(number);
+    if (full) numbers.append(0.0);
   }
-  return answer(value);
+  return data(numbers);
 }
 
 }  // namespace

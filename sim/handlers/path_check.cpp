@@ -54,15 +54,10 @@ Reply checkPath(World& w, const Json::Value& parameter) {
   std::vector<Move> moves;
   if (!near || !readTarget(first, begin) || !readPath(parameter, moves)) return badParameter();
   const PathVerdict verdict = w.motion.check(*near, begin, moves);
-  Json::Value value(Json::objectValue);
-  if (verdict.code == 0) {
-    value["data"] = numbersJson(verdict.end);
-    return answer(value);
-  }
-  value["error"] = verdict.code;
-  value["data"]["msg"] = failureText(verdict.code);
-  if (parameter.isMember("path")) value["data"]["index"] = static_cast<int>(verdict.failing);
-  return answer(value);
+  if (verdict.code == 0) return data(numbersJson(verdict.end));
+  Reply refusal = failure(verdict.code, failureText(verdict.code));
+  if (parameter.isMember("path")) refusal.value["data"]["index"] = static_cast<int>(verdict.failing);
+  return refusal;
 }
 
 }  // namespace

@@ -14,9 +14,9 @@ constexpr int kNotFound = -60005, kIsRunning = -20;
 // How the controller tells what became of a file.
 Reply outcome(const std::string& word, const char* nameMember, const std::string& name) {
   Json::Value value(Json::objectValue);
-  value["data"]["f"] = word;
-  if (!name.empty()) value["data"][nameMember] = name;
-  return answer(std::move(value));
+  value["f"] = word;
+  if (!name.empty()) value[nameMember] = name;
+  return data(std::move(value));
 }
 
 Reply importProject(World& w, const Json::Value& parameter) {
@@ -61,10 +61,7 @@ Reply removeProject(World& w, const Json::Value& parameter) {
   if (*all) {
     w.programs.projects.clear();
   } else if (!w.programs.projects.remove(*name)) {
-    Json::Value refusal(Json::objectValue);
-    refusal["error"] = -1;
-    refusal["data"]["msg"] = "there is no such project";
-    return answer(std::move(refusal));
+    return failure(-1, "there is no such project");
   }
   if (*all || program.project() == *name) {
     if (program.usesMotion()) w.motion.reset();

@@ -82,9 +82,7 @@ Reply setRailFrame(World& w, const Json::Value& parameter) {
   const bool near = std::ranges::all_of(
       frame->trans, [](double shift) { return shift >= -kLargestFrame && shift <= kLargestFrame; });
   if (near) w.rail.baseFrame = *frame;
-  Json::Value taken(Json::objectValue);
-  taken["data"] = near;
-  return answer(taken);
+  return data(near);
 }
 
 // What is the same for all axes here; the caller fills in the rest.
@@ -146,25 +144,19 @@ Json::Value unit(int order, const std::string& name, bool enabled, std::initiali
   return value;
 }
 
-Reply table(Json::Value rows) {
-  Json::Value value(Json::objectValue);
-  value["data"] = std::move(rows);
-  return answer(value);
-}
-
 Reply axes(World& w, const Json::Value&) {
   Json::Value rows(Json::objectValue);
   rows["axis1"] = railAxis(w.rail);
   rows["axis2"] = turningAxis(2, 120);
   rows["axis3"] = turningAxis(3, 3600);
-  return table(rows);
+  return data(rows);
 }
 
 Reply units(World& w, const Json::Value&) {
   Json::Value rows(Json::objectValue);
   rows["u1"] = unit(1, w.rail.name, w.rail.enabled, {"axis1"});
   rows["u2"] = unit(2, "table", true, {"axis2", "axis3"});
-  return table(rows);
+  return data(rows);
 }
 
 }  // namespace

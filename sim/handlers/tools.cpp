@@ -15,6 +15,7 @@ namespace {
 constexpr double farthest = 1000;  // m
 constexpr double heaviest = 25;    // kg
 constexpr int lastGlobal = 15;
+constexpr int noToolset = -50501;
 
 std::optional<std::array<double, 3>> readThree(const Json::Value& value) {
   const auto read = readNumbers(value, 3);
@@ -53,25 +54,16 @@ Reply setToolset(World& w, const Json::Value& parameter) {
   return ok();
 }
 
-Reply failure(const std::string& text) {
-  Json::Value value(Json::objectValue);
-  value["error"] = -50501;
-  value["data"]["msg"] = text;
-  return answer(value);
-}
-
 Reply queryToolset(World& w, const Json::Value& parameter) {
   const auto toolName = readText(member(parameter, "tool")), wobjName = readText(member(parameter, "wobj"));
   if (!toolName || !wobjName) return badParameter();
   const Tool* tool = w.tools.tools.find(*toolName);
   const Tool* workObject = w.tools.workObjects.find(*wobjName);
-  if (tool == nullptr) return failure(fmt::format("there is no tool {}", *toolName));
-  if (workObject == nullptr) return failure(fmt::format("there is no work object {}", *wobjName));
+  if (tool == nullptr) return failure(noToolset, fmt::format("there is no tool {}", *toolName));
+  if (workObject == nullptr) return failure(noToolset, fmt::format("there is no work object {}", *wobjName));
   if (!tool->held || workObject->held)
-    return failure("only a tool that the robot holds and a work object in the cell go together");
-  Json::Value value(Json::objectValue);
-  value["data"] = toolsetJson({tool->load, {*toolName, tool->frame}, {*wobjName, workObject->frame}});
-  return answer(value);
+    return failure(noToolset, "only a tool that the robot holds and a work object in the cell go together");
+  return data(toolsetJson({tool->load, {*toolName, tool->frame}, {*wobjName, workObject->frame}}));
 }
 
 Handler list(ToolKind kind) {
