@@ -3,9 +3,7 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <deque>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -14,6 +12,11 @@ namespace zivra::sim {
 struct CanFrame {
   int id = 0, format = 0, type = 2;
   std::vector<int> bytes;
+};
+
+// What fits into one transfer: registers of 16 bits, coils, bytes of the bare line.
+struct PanelCapacity {
+  int registers, coils, bytes;
 };
 
 struct Panel {
@@ -28,10 +31,14 @@ struct Panel {
   std::array<int, kAddresses> holding{}, input{};  // 16 bits each
   std::array<bool, kAddresses> coils{}, discrete{};
   std::deque<CanFrame> canReceived;
-  std::string realTimeClient = "";
 
   // The slave is fed by the panel, and heard on the serial port only.
   bool slaveAnswers(int address) const { return address == kSlave && serial && supply == "24v"; }
+
+  PanelCapacity capacity() const {
+    if (type == 2 || type == 4) return {59, 944, 128};
+    return type == 3 ? PanelCapacity{27, 432, 64} : PanelCapacity{3, 48, 16};
+  }
 };
 
 }  // namespace zivra::sim

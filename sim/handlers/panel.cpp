@@ -12,7 +12,6 @@ namespace zivra::sim {
 namespace {
 
 constexpr int kNoAnswer = -11002;  // on the bus
-constexpr int kMostBytes = 128;
 constexpr int kWordMask = 0xFFFF, kByteMask = 0xFF;
 constexpr int kPeerAnswers = 0x100;  // added to a frame's id
 
@@ -29,8 +28,8 @@ Reply failedTransfer() {
 
 Reply transferred(const char* name, Json::Value values) {
   Json::Value value(Json::objectValue);
-  value["data"][name] = std::move(values);
-  return answer(value);
+  value[name] = std::move(values);
+  return data(value);
 }
 
 Reply setUp(World& w, const Json::Value& parameter) {
@@ -56,11 +55,11 @@ struct Transfer {
   const Json::Value& values;
 };
 
-std::optional<Transfer> readTransfer(const Json::Value& parameter, const char* address) {
+std::optional<Transfer> readTransfer(const Json::Value& parameter, const char* address, int most) {
   const auto slave = readInt(member(parameter, "slave_addr"), 0, 65535);
   const auto function = readInt(member(parameter, "fun_cmd"), 1, 16);
   const auto from = readInt(member(parameter, address), 0, 65535);
-  const auto count = readInt(member(parameter, "num"), 0, 65535);
+  const auto count = readInt(member(parameter, "num"), 0, most);
   const Json::Value& values = member(parameter, "data_array");
   const std::size_t given = values.isArray() ? values.size() : 0;
   if (!slave || !function || !from || !count || !member(parameter, "if_crc_reverse").isBool())
@@ -92,7 +91,7 @@ Reply exchange(World& w, const Transfer& transfer, std::array<Place, Panel::kAdd
 }
 
 Reply registers(World& w, const Json::Value& parameter) {
-  const auto transfer = readTransfer(parameter, "reg_addr");
+  const auto transfer = readTransfer(parameter, "reg_addr", w.panel.capacity().registers);
   if (!transfer) return badParameter();
   const bool writes = transfer->function == 6 || transfer->function == 16;
   if (!writes && transfer->function != 3 && transfer->function != 4) return badParameter();
@@ -101,7 +100,7 @@ Reply registers(World& w, const Json::Value& parameter) {
 }
 
 Reply coils(World& w, const Json::Value& parameter) {
-  const auto transfer = readTransfer(parameter, "coil_addr");
+  const auto transfer = readTransfer(parameter, "coil_addr", w.panel.capacity().coils);
   if (!transfer) return badParameter();
   const bool writes = transfer->function == 5 || transfer->function == 15;
   if (!writes && transfer->function != 1 && transfer->function != 2) return badParameter();
@@ -111,8 +110,9 @@ Reply coils(World& w, const Json::Value& parameter) {
 
 // The bytes come back; what is asked for beyond them is 0.
 Reply echo(World& w, const Json::Value& parameter) {
-  const auto sent = readInt(member(parameter, "send_len"), 0, kMostBytes);
-  const auto wanted = readInt(member(parameter, "rev_len"), 0, kMostBytes);
+  const int most = w.panel.capacity().bytes;
+  const auto sent = readInt(member(parameter, "send_len"), 0, most);
+  const auto wanted = readInt(member(parameter, "rev_len"), 0, most);
   const Json::Value& data = member(parameter, "send_data");
   const int given = data.isArray() ? static_cast<int>(data.size()) : 0;
   if (!sent || !wanted || !(data.isArray() || data.isNull()) || given != *sent) return badParameter();
@@ -167,20 +167,17 @@ Reply canReceive(World& w, const Json::Value& parameter) {
   const CanFrame frame = w.panel.canReceived.front();
   w.panel.canReceived.pop_front();
   Json::Value value(Json::objectValue);
-  Json::Value& data = value["data"];
-  data["frame_id"] = frame.id;
-  data["frame_format"] = frame.format;
-  data["frame_type"] = frame.type;
-  data["frame_valid_length"] = static_cast<int>(frame.bytes.size());
-  data["data_array"] = numbersJson(frame.bytes);
-  return answer(value);
+  value["frame_id"] = frame.id;
+  value["frame_format"] = frame.format;
+  value["frame_type"] = frame.type;
+  value["frame_valid_length"] = static_cast<int>(frame.bytes.size());
+  value["data_array"] = numbersJson(frame.bytes);
+  return data(value);
 }
 
-Reply realTimeClient(World& w, const Json::Value& parameter) {
-  const auto version = readText(member(parameter, "protocol_version"));
-  if (!version) return badParameter();
-  w.panel.realTimeClient = *version;
-  return ok();
+// Which client it is makes no difference here.
+Reply realTimeClient(World&, const Json::Value& parameter) {
+  return readText(member(parameter, "protocol_version")) ? ok() : badParameter();
 }
 
 }  // namespace
