@@ -72,7 +72,6 @@ struct ParameterText {
   std::string name;
   std::string type;
   std::string put;  ///< what the call object is asked to do
-  std::string changed = "";
 };
 
 struct Row {

@@ -116,6 +116,9 @@ class Argument {
 /// native ones, is the last of the managed ones.
 template <class... P>
 constexpr std::size_t managedPosition(std::size_t i) {
+  constexpr std::size_t codes = (std::is_same_v<P, std::error_code&> + ... + 0U);
+  static_assert(codes <= 1, "which one is ec?");
+  if (codes == 0) return i;
   std::size_t ec = 0, at = 0;
   ((std::is_same_v<P, std::error_code&> ? ec = at++ : at++), ...);
   return i == ec ? at - 1 : i < ec ? i : i - 1;
