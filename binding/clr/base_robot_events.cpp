@@ -2,6 +2,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -12,15 +13,18 @@ namespace zivra::clr {
 
 namespace {
 
-// The process's delegates, one a kind of event. Any thread: watchers copy, whoever sets one swaps, and no
-// delegate is called or destroyed under the lock.
+// The process's delegates, one a kind of event. Any thread: watchers share, whoever sets one swaps, and no
+// delegate is called, copied or destroyed under the lock.
 class EventDelegates {
  public:
+  using Shared = std::shared_ptr<const EventCallbackDelegate>;
   void set(std::size_t kind, EventCallbackDelegate delegate) {
+    Shared next;
+    if (delegate) next = std::make_shared<const EventCallbackDelegate>(std::move(delegate));
     const std::lock_guard lock(mutex_);
-    delegates_[kind].swap(delegate);
+    delegates_[kind].swap(next);
   }
-  EventCallbackDelegate get(std::size_t kind) {
+  Shared get(std::size_t kind) {
     const std::lock_guard lock(mutex_);
     return delegates_[kind];
   }
@@ -28,7 +32,7 @@ class EventDelegates {
 
  private:
   std::mutex mutex_;
-  std::array<EventCallbackDelegate, kinds> delegates_;
+  std::array<Shared, kinds> delegates_;
 };
 
 EventDelegates& delegates() {
@@ -47,7 +51,7 @@ void BaseRobot::setEventWatcher(Event eventType, EventCallbackDelegate callback,
   }
   delegates().set(kind, std::move(callback));
   const auto thunk = [kind](const zivra::EventInfo& info) {
-    if (const auto delegate = delegates().get(kind)) delegate(_convertCallback(info));
+    if (const auto delegate = delegates().get(kind)) (*delegate)(_convertCallback(info));
   };
   reporting(ec, [&](std::error_code& code) { robot->setEventWatcher(eventType, thunk, code); });
 }

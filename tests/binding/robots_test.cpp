@@ -374,6 +374,31 @@ TEST_F(Managed, EventsOfAllRobotsGoToTheLastDelegate) {
   EXPECT_TRUE(first.all().empty());
 }
 
+// Counts its copies.
+struct Copied {
+  Copied(Heard<int>& to, int& count) : heard(to), copies(count) {}
+  Copied(const Copied& other) : heard(other.heard), copies(other.copies) { ++copies; }
+  Copied& operator=(const Copied&) = delete;
+  void operator()(const clr::Dictionary&) const { heard.add(copies); }
+
+  Heard<int>& heard;
+  int& copies;
+};
+
+TEST_F(Managed, EventsDontCopyTheDelegate) {
+  startController();
+  int copies = 0;
+  Heard<int> heard;
+  clr::TandiRobot robot(address());
+  robot.setEventWatcher(clr::Event::safety, Copied(heard, copies), ec_);
+  const int before = copies;
+  robot.powerState(ec_);  // whoever answers this has taken the request for news before it
+  controller().collide();
+  ASSERT_TRUE(heard.waitFor(1));
+  robot.setEventWatcher(clr::Event::safety, nullptr, ec_);
+  EXPECT_EQ(heard.all().front(), before);
+}
+
 TEST_F(Managed, ConnectionHandlerHearsTheLink) {
   startController();
   Heard<bool> heard;
