@@ -139,9 +139,13 @@ CartesianPosition BaseRobot::calcFk(const Array<double>& joints, const Toolset& 
 
 Array<Array<double>> BaseRobot::calcAllIkSolutions(const CartesianPosition& posture, Array<Array<int>>& confs,
                                                    ErrorCode& ec) {
-  return useModel([&](auto& model) {
+  return useModel([&]<unsigned short N>(zivra::Model_T<N>& model) {
     confs.clear();
-    return forwardTo<Array<Array<double>>>(&model, &zivra::BaseModel::calcAllIkSolutions, posture, confs, ec);
+    auto solutions =
+        forwardTo<Array<Array<double>>>(&model, &zivra::BaseModel::calcAllIkSolutions, posture, confs, ec);
+    // The native call takes as many angles as the controller sends.
+    for (Array<double>& angles : solutions) angles.resize(N);
+    return solutions;
   });
 }
 

@@ -1,5 +1,6 @@
 // What facades send and hand back where they do more than to pass arguments on.
 #include <functional>
+#include <json/json.h>
 #include <memory>
 #include <optional>
 
@@ -175,6 +176,12 @@ TEST_F(Facade, ReadsIntoNewValuesAndLeavesOldOnesOnFailure) {
   robot_.getAcceleration(acc, jerk, ec_);
   EXPECT_NE(ec_.value(), 0);
   EXPECT_EQ(acc + jerk, 11);
+  controller_.answer("utils.calc.all.ik",
+                     R"({"data":{"result":[{"jnt":[1,2],"conf":[3]},{"jnt":[1,2,3,4,5,6,7],"conf":[]}]}})");
+  Array<Array<int>> confs;
+  const auto solutions = robot_.calcAllIkSolutions({}, confs, ec_);
+  EXPECT_EQ(solutions, (std::vector<Array<double>>{{1, 2, 0, 0, 0, 0}, {1, 2, 3, 4, 5, 6}}));
+  EXPECT_EQ(confs, (std::vector<Array<int>>{{3}, {}}));
   Array2<double> limits;
   EXPECT_FALSE(robot_.getSoftLimit(limits, ec_));
   EXPECT_EQ(limits.rows(), 6u);
