@@ -109,7 +109,7 @@ std::vector<Row> rowsOfServices() {
       ZCLR_OP(BaseRobot, getMassMatrix, "jntPos"),
       ZCLR_OP(BaseRobot, getCoriolisVector, "jntPos, jntVel"),
       ZCLR_OP(BaseRobot, getTorqueNoFriction,
-              "jntPos, jntVel, jntAcc, set trq_full, set trq_inertia, set trq_coriolis, set trq_gravity"),
+              "jntPos, jntVel, jntAcc, out trq_full, out trq_inertia, out trq_coriolis, out trq_gravity"),
   };
 }
 

@@ -234,17 +234,18 @@ class BaseRobot {
   /// @}
 
   /// @name Dynamics
-  /// None of it is in this build: all throw NotSupportedException.
+  /// None of it is in this build: all throw NotSupportedException, whatever they get.
   /// @{
-  void setTcpCoor(const Array<double>& f_t_ee, const Array<double>& ee_t_k);
+  using OrNull = std::optional<Array<double>>;
+  void setTcpCoor(const OrNull& f_t_ee, const OrNull& ee_t_k);
   void setGravityDirection(double gx, double gy, double gz);
-  Array<double> jacobian(const Array<double>& jntPos, SegmentFrame nr);
-  Array<double> jacobianDot(const Array<double>& jntPos, const Array<double>& jntVel, SegmentFrame nr);
-  Array<double> getMassMatrix(const Array<double>& jntPos);
-  Array<double> getCoriolisVector(const Array<double>& jntPos, const Array<double>& jntVel);
-  void getTorqueNoFriction(const Array<double>& jntPos, const Array<double>& jntVel,
-                           const Array<double>& jntAcc, Array<double>& trq_full, Array<double>& trq_inertia,
-                           Array<double>& trq_coriolis, Array<double>& trq_gravity);
+  Array<double> jacobian(const OrNull& jntPos, SegmentFrame nr);
+  Array<double> jacobianDot(const OrNull& jntPos, const OrNull& jntVel, SegmentFrame nr);
+  Array<double> getMassMatrix(const OrNull& jntPos);
+  Array<double> getCoriolisVector(const OrNull& jntPos, const OrNull& jntVel);
+  void getTorqueNoFriction(const OrNull& jntPos, const OrNull& jntVel, const OrNull& jntAcc,
+                           Array<double>& trq_full, Array<double>& trq_inertia, Array<double>& trq_coriolis,
+                           Array<double>& trq_gravity);
   /// @}
 
  private:

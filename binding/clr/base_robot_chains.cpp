@@ -157,16 +157,14 @@ namespace {
 
 }  // namespace
 
-void BaseRobot::setTcpCoor(const Array<double>&, const Array<double>&) { refuseDynamics(); }
+void BaseRobot::setTcpCoor(const OrNull&, const OrNull&) { refuseDynamics(); }
 void BaseRobot::setGravityDirection(double, double, double) { refuseDynamics(); }
-Array<double> BaseRobot::jacobian(const Array<double>&, SegmentFrame) { refuseDynamics(); }
-Array<double> BaseRobot::jacobianDot(const Array<double>&, const Array<double>&, SegmentFrame) {
-  refuseDynamics();
-}
-Array<double> BaseRobot::getMassMatrix(const Array<double>&) { refuseDynamics(); }
-Array<double> BaseRobot::getCoriolisVector(const Array<double>&, const Array<double>&) { refuseDynamics(); }
-void BaseRobot::getTorqueNoFriction(const Array<double>&, const Array<double>&, const Array<double>&,
-                                    Array<double>&, Array<double>&, Array<double>&, Array<double>&) {
+Array<double> BaseRobot::jacobian(const OrNull&, SegmentFrame) { refuseDynamics(); }
+Array<double> BaseRobot::jacobianDot(const OrNull&, const OrNull&, SegmentFrame) { refuseDynamics(); }
+Array<double> BaseRobot::getMassMatrix(const OrNull&) { refuseDynamics(); }
+Array<double> BaseRobot::getCoriolisVector(const OrNull&, const OrNull&) { refuseDynamics(); }
+void BaseRobot::getTorqueNoFriction(const OrNull&, const OrNull&, const OrNull&, Array<double>&,
+                                    Array<double>&, Array<double>&, Array<double>&) {
   refuseDynamics();
 }
 

@@ -166,7 +166,7 @@ TEST(Calls, EachFaultHasItsNumber) {
       {"list index", 6, robot.number, numberOf("BaseRobot", "moveAppend"),
        message(MoveCommand::Type::MoveWait, List<MoveCommand>(), String(""))},
       {"not supported", 7, robot.number, numberOf("BaseRobot", "jacobian"),
-       message(Array<double>(6), SegmentFrame::flange)},
+       message(std::optional<Array<double>>(), SegmentFrame::flange)},
       {"native", 8, robot.number, numberOf("BaseRobot", "ethercat"), none},
   };
   for (const auto& one : cases) {
