@@ -126,6 +126,7 @@ namespace zivra.clr
     internal sealed unsafe partial class Call
     {
         private const int KeepAtMost = 1 << 20;
+        private const int LongestArray = 0x7fffffc7;  // the runtime's limit
 
         [ThreadStatic]
         private static Call free;
@@ -201,7 +202,7 @@ namespace zivra.clr
         private void Room(int size)
         {
             int needed = checked(length + size);
-            if (needed > buffer.Length) Array.Resize(ref buffer, Math.Max(needed, buffer.Length < KeepAtMost ? 2 * buffer.Length : 0));
+            if (needed > buffer.Length) Array.Resize(ref buffer, Math.Max(needed, (int)Math.Min(2L * buffer.Length, LongestArray)));
         }
 
         private Span<byte> Next(int size)
