@@ -93,7 +93,7 @@ public sealed class RobotTest : IDisposable
         string id = "";
         robot.moveAppend(MoveCommand.Type.MoveWait, wait, ref id, out ec);
         Assert.Equal(0, ec.value);
-        var move = new MoveCommand { jointTarget = { joints = robot.jointPos(out ec).ToList() }, customInfo = "é 夹具" };
+        var move = new MoveCommand { jointTarget = { joints = robot.jointPos(out ec).ToList() }, customInfo = "é 夹具 😀\uD83D" };
         move.jointTarget.joints[5] += 0.05;
         robot.moveAppend(MoveCommand.Type.MoveAbsJ, new List<MoveCommand> { move }, ref id, out ec);
         Assert.Equal(0, ec.value);
@@ -101,7 +101,7 @@ public sealed class RobotTest : IDisposable
         Dictionary<string, object> info;
         do Assert.True(heard.TryTake(out info, TimeSpan.FromSeconds(20)));
         while ((string)info["cmdID"] != id);
-        Assert.Equal((id, "é 夹具"), ((string)info["cmdID"], (string)info["customInfo"]));
+        Assert.Equal((id, "é 夹具 😀\uFFFD"), ((string)info["cmdID"], (string)info["customInfo"]));
         Assert.Equal(0, Assert.IsType<ErrorCode>(info["error"]).value);
         Assert.IsType<bool>(info["reachTarget"]);
         Assert.Equal(id, robot.queryEventInfo(Event.moveExecution, out ec)["cmdID"]);

@@ -230,10 +230,33 @@ namespace zivra.clr
                 Put(-1);
                 return;
             }
-            int size = Encoding.UTF8.GetByteCount(v);
+            int size;
+            try { size = strict.GetByteCount(v); }
+            catch (EncoderFallbackException)
+            {
+                Put(WithBrokenPairs(v));
+                return;
+            }
             Put(size);
             Room(size);
-            length += Encoding.UTF8.GetBytes(v, 0, v.Length, buffer, length);
+            length += strict.GetBytes(v, 0, v.Length, buffer, length);
+        }
+
+        private static readonly UTF8Encoding strict = new UTF8Encoding(false, true);
+
+        /// <summary>UTF-8 with a byte that is none for each half of a pair: whether such a text is refused or mended is for
+        /// the native side to say.</summary>
+        private static byte[] WithBrokenPairs(string v)
+        {
+            var bytes = new List<byte>();
+            for (int i = 0; i < v.Length; i++)
+            {
+                int width = char.IsSurrogatePair(v, i) ? 2 : 1;
+                if (width == 1 && char.IsSurrogate(v[i])) bytes.Add(0xFF);
+                else bytes.AddRange(strict.GetBytes(v.Substring(i, width)));
+                i += width - 1;
+            }
+            return bytes.ToArray();
         }
 
         private void Block(Array v, int bytes)
