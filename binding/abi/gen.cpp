@@ -67,6 +67,8 @@ std::string methodText(const Row& row, std::size_t number, const std::string& co
     if (!one.put.empty()) putting += "call." + one.put + "; ";
     if (one.way == Way::change)
       getting += "call.Change(" + name + "); ";
+    else if (one.way == Way::keep)
+      getting += "call.Keep(ref " + name + "); ";
     else if (one.way != Way::in)
       getting += "call.Get(out " + name + "); ";
   }

@@ -24,8 +24,9 @@ enum class Way {
   out,    ///< returned
   ref,    ///< sent and returned
   set,    ///< a `ref` in C#, whose old value isn't sent
-  keep,   ///< `opt`: a `ref` whose old value may be null, which then is sent as the type's default
-  change  ///< `mut`: sent, and what the call appended to it is appended to the caller's own object
+  keep,   ///< `opt`: a `ref` that isn't sent, and stays as it is unless the call assigns it
+  change  ///< `mut`: moves, sent; what the call appended to their `args` is appended to the caller's own
+          ///< lists
 };
 
 /// The words of a row: "name, set value, out ec".
@@ -86,7 +87,12 @@ struct Row {
 
 /// What `mut` sends back.
 struct Changes {
-  static void put(Writer& to, const MoveCommand& command) { Codec<List<double>>::put(to, command.args); }
+  static void put(Writer& to, const MoveCommand& command) {
+    if (command.args)
+      Codec<List<double>>::put(to, *command.args);
+    else
+      to.count(0);  // null, and of a kind that doesn't read it
+  }
   static void put(Writer& to, const List<MoveCommand>& commands) {
     to.count(commands.size());
     for (const MoveCommand& command : commands) put(to, command);
@@ -151,10 +157,8 @@ struct Arguments {
  private:
   template <std::size_t i>
   static void sourceOf(Source& to) {
-    if constexpr (parameters[i].way == Way::keep)
-      Codec<std::optional<Type<i>>>::source(to);
-    else
-      Codec<Type<i>>::source(to);
+    Codec<Type<i>>::source(to);
+    if constexpr (parameters[i].way == Way::keep) to.kept(Codec<Type<i>>::name());
   }
   template <std::size_t i>
   static Type<i> one(Reader& from) {
@@ -165,10 +169,9 @@ struct Arguments {
     static_assert(way != Way::in || !std::is_lvalue_reference_v<Declared<i>> ||
                       std::is_const_v<std::remove_reference_t<Declared<i>>>,
                   "a reference in C++ is out, ref, set or mut");
-    if constexpr (way == Way::out || way == Way::set)
+    static_assert(way != Way::keep || isOptional<Type<i>>, "only what has no value can be left alone");
+    if constexpr (way == Way::out || way == Way::set || way == Way::keep)
       return Type<i>{};
-    else if constexpr (way == Way::keep)
-      return Codec<std::optional<Type<i>>>::get(from).value_or(Type<i>{});
     else
       return Codec<Type<i>>::get(from);
   }
@@ -184,9 +187,9 @@ struct Arguments {
   static ParameterText text() {
     const std::string name(parameters[i].name);
     std::string put;
-    if constexpr (parameters[i].way == Way::keep)
-      put = putText<std::optional<Type<i>>>(name);
-    else if constexpr (parameters[i].way != Way::out && parameters[i].way != Way::set)
+    if constexpr (parameters[i].way == Way::change)
+      put = "PutMoves(" + name + ")";
+    else if constexpr (parameters[i].way == Way::in || parameters[i].way == Way::ref)
       put = putText<Type<i>>(name);
     return {parameters[i].way, name, Codec<Type<i>>::name(), put};
   }

@@ -20,6 +20,11 @@ class Source {
     text_["null get " + name] = "    internal void GetOrNull(out " + name +
                                 " v) { v = null; Get(out bool some); if (some) Get(out v); }\n";
   }
+  /// A parameter that stays as it is unless the reply has a value for it.
+  void kept(const std::string& name) {
+    text_["kept " + name] =
+        "    internal void Keep(ref " + name + " v) { Get(out bool some); if (some) Get(out v); }\n";
+  }
   std::string text() const {
     std::string all;
     for (const auto& [key, one] : text_) all += one;

@@ -191,12 +191,14 @@ class BaseRobot {
   void getRailParameter(const String& name, double& value, ErrorCode& ec);
   void getRailParameter(const String& name, int& value, ErrorCode& ec);
   void getRailParameter(const String& name, String& value, ErrorCode& ec);
-  void getRailParameter(const String& name, Array<double>& value, ErrorCode& ec);
-  void getRailParameter(const String& name, Frame& value, ErrorCode& ec);
-  void getMechUnit(const String& name, const String& info, Array<String>& value, ErrorCode& ec);
+  void getRailParameter(const String& name, std::optional<Array<double>>& value, ErrorCode& ec);
+  void getRailParameter(const String& name, std::optional<Frame>& value, ErrorCode& ec);
+  void getMechUnit(const String& name, const String& info, std::optional<Array<String>>& value,
+                   ErrorCode& ec);
   void getMechUnit(const String& name, const String& info, int& value, ErrorCode& ec);
   void getMechUnit(const String& name, const String& info, bool& value, ErrorCode& ec);
-  void getExtAxisInfo(const String& name, const String& info, Array<String>& value, ErrorCode& ec);
+  void getExtAxisInfo(const String& name, const String& info, std::optional<Array<String>>& value,
+                      ErrorCode& ec);
   void getExtAxisInfo(const String& name, const String& info, String& value, ErrorCode& ec);
   void getExtAxisInfo(const String& name, const String& info, double& value, ErrorCode& ec);
   void getExtAxisInfo(const String& name, const String& info, int& value, ErrorCode& ec);

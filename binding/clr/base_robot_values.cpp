@@ -16,6 +16,15 @@ void readRegisterList(Native* robot, const String& name, List<T>& value, ErrorCo
   forwardTo(robot, &Native::readRegister<std::vector<T>>, name, 0U, value, ec);
 }
 
+template <class T, class From>
+void assign(T& to, const From& from) {
+  to = convert<T>(from);
+}
+template <class T, class From>
+void assign(std::optional<T>& to, const From& from) {
+  to = convert<T>(from);
+}
+
 // Reads into a native value of its own, so that a failure leaves the caller's alone.
 template <class T, class Managed, class Read>
 void readParameter(Native* robot, Managed& value, ErrorCode& ec, const Read& read) {
@@ -25,7 +34,7 @@ void readParameter(Native* robot, Managed& value, ErrorCode& ec, const Read& rea
     read(native, code);
     return static_cast<bool>(code);
   });
-  if (!failed) value = convert<Managed>(native);
+  if (!failed) assign(value, native);
 }
 
 template <class T, class Managed>
@@ -133,14 +142,15 @@ void BaseRobot::getRailParameter(const String& name, int& value, ErrorCode& ec) 
 void BaseRobot::getRailParameter(const String& name, String& value, ErrorCode& ec) {
   readRail<std::string>(robot, name, value, ec);
 }
-void BaseRobot::getRailParameter(const String& name, Array<double>& value, ErrorCode& ec) {
+void BaseRobot::getRailParameter(const String& name, std::optional<Array<double>>& value, ErrorCode& ec) {
   readRail<Numbers>(robot, name, value, ec);
 }
-void BaseRobot::getRailParameter(const String& name, Frame& value, ErrorCode& ec) {
+void BaseRobot::getRailParameter(const String& name, std::optional<Frame>& value, ErrorCode& ec) {
   readRail<zivra::Frame>(robot, name, value, ec);
 }
 
-void BaseRobot::getMechUnit(const String& name, const String& info, Array<String>& value, ErrorCode& ec) {
+void BaseRobot::getMechUnit(const String& name, const String& info, std::optional<Array<String>>& value,
+                            ErrorCode& ec) {
   readMechUnit<Texts>(robot, name, info, value, ec);
 }
 void BaseRobot::getMechUnit(const String& name, const String& info, int& value, ErrorCode& ec) {
@@ -149,7 +159,8 @@ void BaseRobot::getMechUnit(const String& name, const String& info, int& value, 
 void BaseRobot::getMechUnit(const String& name, const String& info, bool& value, ErrorCode& ec) {
   readMechUnit<bool>(robot, name, info, value, ec);
 }
-void BaseRobot::getExtAxisInfo(const String& name, const String& info, Array<String>& value, ErrorCode& ec) {
+void BaseRobot::getExtAxisInfo(const String& name, const String& info, std::optional<Array<String>>& value,
+                               ErrorCode& ec) {
   readExtAxis<Texts>(robot, name, info, value, ec);
 }
 void BaseRobot::getExtAxisInfo(const String& name, const String& info, String& value, ErrorCode& ec) {

@@ -58,7 +58,8 @@ struct JointPosition {
 };
 
 /// One class for all kinds of moves; the kind is told with the call. `args` are a circle's angle and rotation
-/// type, a spiral's radius, step, angle and direction, or a wait's seconds.
+/// type, a spiral's radius, step, angle and direction, or a wait's seconds. Members may be null, which is a
+/// NullReferenceException for the kinds that read them.
 struct MoveCommand {
   enum class Type : std::int32_t {
     MoveL = 0,
@@ -70,17 +71,17 @@ struct MoveCommand {
     MoveWait = 6
   };
 
-  CartesianPosition cartTarget;
-  JointPosition jointTarget;
-  CartesianPosition auxPoint;
-  CartesianPosition::Offset cartTargetOffset;
-  CartesianPosition::Offset auxPointOffset;
+  std::optional<CartesianPosition> cartTarget = CartesianPosition();
+  std::optional<JointPosition> jointTarget = JointPosition();
+  std::optional<CartesianPosition> auxPoint = CartesianPosition();
+  std::optional<CartesianPosition::Offset> cartTargetOffset = CartesianPosition::Offset();
+  std::optional<CartesianPosition::Offset> auxPointOffset = CartesianPosition::Offset();
   double speed = -1;
   double jointSpeed = -1;
   double rotSpeed = -1;
   double zone = -1;
   String customInfo = "";
-  List<double> args;
+  std::optional<List<double>> args = List<double>();
 };
 
 struct Load {

@@ -99,10 +99,10 @@ void expectRoundTrip(const T& value) {
 
 MoveCommand someMove() {
   MoveCommand move;
-  move.cartTarget.confData = {1, -2};
-  move.cartTarget.external = List<double>(2, 0.5);
+  move.cartTarget->confData = {1, -2};
+  move.cartTarget->external = List<double>(2, 0.5);
   move.customInfo = nullptr;
-  move.args = {std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::infinity()};
+  *move.args = {std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::infinity()};
   return move;
 }
 
@@ -181,7 +181,7 @@ TEST(Calls, EachFaultHasItsNumber) {
 TEST(Calls, TellWhatWasAppendedToTheArgsOfMoves) {
   const Held robot("TandiRobot");
   MoveCommand circle;
-  circle.args = {3.0};
+  *circle.args = {3.0};
   Reply reply =
       callWith(robot.number, numberOf("BaseRobot", "moveAppend"),
                message(MoveCommand::Type::MoveCF, List<MoveCommand>{circle, MoveCommand()}, String("id")));
@@ -190,6 +190,21 @@ TEST(Calls, TellWhatWasAppendedToTheArgsOfMoves) {
   EXPECT_EQ(reply.get<String>(), String("id"));
   EXPECT_EQ(reply.ec(), 255);
   EXPECT_NO_THROW(reply.reader.end());
+  circle.args.reset();  // nothing reads it
+  reply = callWith(robot.number, numberOf("BaseRobot", "executeCommand"),
+                   message(MoveCommand::Type::MoveWait, List<MoveCommand>{circle}));
+  ASSERT_EQ(reply.fault, 0);
+  EXPECT_EQ(reply.get<List<List<double>>>(), List<List<double>>{List<double>()});
+  EXPECT_EQ(reply.ec(), 0);
+}
+
+TEST(Calls, OfAFailedReadSayThatNothingWasAssigned) {
+  const Held robot("TandiRobot");
+  Reply reply =
+      callWith(robot.number, numberOf("BaseRobot", "getRailParameter", 4), message(String("softLimit")));
+  ASSERT_EQ(reply.fault, 0);
+  EXPECT_FALSE(reply.get<std::optional<Array<double>>>());
+  EXPECT_NE(reply.ec(), 0);
 }
 
 TEST(Calls, ALargeReplyWaitsForItsRoomAndTheOperationRunsOnce) {

@@ -27,9 +27,9 @@ TEST(ManagedValues, BeginWithTheirDefaults) {
   const MoveCommand move;
   for (const double unset : {move.speed, move.jointSpeed, move.rotSpeed, move.zone}) EXPECT_EQ(unset, -1);
   EXPECT_EQ(move.customInfo, String(""));
-  EXPECT_TRUE(move.args.empty());
+  EXPECT_TRUE(move.args->empty());
   const Numbers zeros(3);
-  for (const auto& three : {move.cartTarget.trans, move.auxPoint.rpy, move.cartTargetOffset.frame.trans,
+  for (const auto& three : {move.cartTarget->trans, move.auxPoint->rpy, move.cartTargetOffset->frame.trans,
                             Load().cog, Load().inertia, FrameCalibrationResult().errors}) {
     EXPECT_EQ(three, zeros);
   }
@@ -253,13 +253,13 @@ TEST(Payloads, KeepWhatTheyKnowAndDropTheRest) {
 // One move with every field of its own.
 MoveCommand fullMove() {
   MoveCommand move;
-  move.cartTarget.trans = {1, 2, 3};
-  move.cartTarget.confData = {4};
-  move.auxPoint.trans = {5, 6, 7};
+  move.cartTarget->trans = {1, 2, 3};
+  move.cartTarget->confData = {4};
+  move.auxPoint->trans = {5, 6, 7};
   move.cartTargetOffset = {CartesianPosition::Offset::Type::offs, Frame({8, 0, 0}, {0, 0, 0})};
   move.auxPointOffset = {CartesianPosition::Offset::Type::relTool, Frame({9, 0, 0}, {0, 0, 0})};
-  move.jointTarget.joints = {0.1, 0.2};
-  move.jointTarget.external = {0.3};
+  move.jointTarget->joints = {0.1, 0.2};
+  move.jointTarget->external = {0.3};
   move.speed = 100;
   move.jointSpeed = 0.5;
   move.rotSpeed = 0.6;
@@ -291,9 +291,37 @@ TEST(Moves, TakeWhatTheirKindKnows) {
   EXPECT_EQ(arc.auxPointOffset.frame.trans[0], 9);
   EXPECT_EQ(arc.cartTargetOffset.frame.trans[0], 8);
   EXPECT_EQ(arc.rotSpeed, 0.6);
-  moves[0].cartTarget.trans = {1, 2};
+  moves[0].cartTarget->trans = {1, 2};
   EXPECT_EQ(faultOf([&] { convertCartMove<MoveLCommand>(moves); }), Fault::indexOutOfRange);
-  EXPECT_TRUE(moves[0].args.empty());
+  EXPECT_TRUE(moves[0].args->empty());
+}
+
+TEST(Moves, RefuseTheNullsThatTheirKindReads) {
+  using Change = void (*)(MoveCommand&);
+  const std::pair<char, Change> nulls[] = {{'t', [](MoveCommand& m) { m.cartTarget.reset(); }},
+                                           {'j', [](MoveCommand& m) { m.jointTarget.reset(); }},
+                                           {'x', [](MoveCommand& m) { m.auxPoint.reset(); }},
+                                           {'o', [](MoveCommand& m) { m.cartTargetOffset.reset(); }},
+                                           {'p', [](MoveCommand& m) { m.auxPointOffset.reset(); }},
+                                           {'a', [](MoveCommand& m) { m.args.reset(); }},
+                                           {'c', [](MoveCommand& m) { m.customInfo = nullptr; }}};
+  using Convert = void (*)(List<MoveCommand>&);
+  const std::pair<std::string, Convert> kinds[] = {
+      {"to", [](auto& all) { convertCartMove<MoveLCommand>(all); }},
+      {"to", [](auto& all) { convertCartMove<MoveJCommand>(all); }},
+      {"j", [](auto& all) { convertJointMove(all); }},
+      {"txop", [](auto& all) { convertCircularMove(all); }},
+      {"txopa", [](auto& all) { convertCircularFullMove(all); }},
+      {"toa", [](auto& all) { convertSpiralMove(all); }},
+      {"a", [](auto& all) { convertWaitMove(all); }}};
+  for (const auto& [reads, convert] : kinds) {
+    for (const auto& [member, change] : nulls) {
+      List<MoveCommand> moves{fullMove()};
+      change(moves[0]);
+      const Fault expected = reads.find(member) == std::string::npos ? Fault::none : Fault::nullReference;
+      EXPECT_EQ(faultOf([&, &convert = convert] { convert(moves); }), expected) << reads << " " << member;
+    }
+  }
 }
 
 TEST(Moves, OfACircleReadAngleAndRotation) {
@@ -346,7 +374,7 @@ TEST(Moves, WaitsAreOneOfTheFirst) {
   const auto waitOf = [](Numbers args) {
     List<MoveCommand> moves(2);
     moves[0].args = List<double>(std::move(args));
-    moves[1].args = {7};
+    *moves[1].args = {7};
     return convertWaitMove(moves).duration;
   };
   EXPECT_EQ(waitOf({2.5, 9}), milliseconds(2500));

@@ -142,7 +142,7 @@ TEST_F(Facade, ConversionFailsBeforeAnythingIsSent) {
        }},
       {Fault::argument,
        [&] {
-         Array<String> values;
+         std::optional<Array<String>> values;
          robot_.getMechUnit("u1", "\xFF", values, ec_);
        }},
   };
@@ -164,10 +164,17 @@ TEST_F(Facade, ReadsIntoNewValuesAndLeavesOldOnesOnFailure) {
   EXPECT_EQ(ec_.value(), 259);
   EXPECT_EQ(name, String("\u00e9"));
   controller_.answer("ext_axis.get_mechanical_unit_info", "-1");
-  Array<String> units{"before"};
+  std::optional<Array<String>> units = Array<String>{"before"};
   robot_.getMechUnit("u1", "axes_info", units, ec_);
   EXPECT_NE(ec_.value(), 0);
   EXPECT_EQ(units, std::vector<String>{"before"});
+  std::optional<clr::Frame> base;
+  robot_.getRailParameter("no such", base, ec_);
+  EXPECT_FALSE(base);
+  controller_.answer("rail_param", R"({"base_frame":{"trans":[1,2,3],"rot":[4,5,6]}})");
+  robot_.getRailParameter("baseFrame", base, ec_);
+  ASSERT_TRUE(base) << ec_.message().text();
+  EXPECT_EQ(base->rpy, (std::vector<double>{4, 5, 6}));
   List<float> values{1};
   robot_.readRegister("unknown", values, ec_);
   EXPECT_NE(ec_.value(), 0);

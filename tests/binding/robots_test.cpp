@@ -270,18 +270,18 @@ TEST_F(Managed, MovesRunAndTellTheDelegate) {
   const auto joints = robot.jointPos(ec_);
   List<clr::MoveCommand> moves(2);
   for (auto& move : moves) {
-    move.jointTarget.joints = List<double>(joints);
+    move.jointTarget->joints = List<double>(joints);
     move.speed = 500;
     move.customInfo = "caf\u00e9";
   }
-  moves[1].jointTarget.joints[0] += 0.1;
+  moves[1].jointTarget->joints[0] += 0.1;
   String id;
   robot.moveAppend(clr::MoveCommand::Type::MoveAbsJ, moves, id, ec_);
   done("append");
   EXPECT_FALSE(id.text().empty());
   String same = id;
   clr::MoveCommand wait;
-  wait.args = {0.01};
+  *wait.args = {0.01};
   robot.moveAppend(clr::MoveCommand::Type::MoveWait, wait, same, ec_);
   done("wait");
   EXPECT_EQ(same, id);

@@ -377,6 +377,21 @@ namespace zivra.clr
             }
         }
 
+        // Whoever reads a null move finds something null in it, and whoever doesn't goes on; a null list is one null move.
+        private static readonly MoveCommand nothing = new MoveCommand
+        {
+            cartTarget = null, jointTarget = null, auxPoint = null, cartTargetOffset = null, auxPointOffset = null, args = null
+        };
+
+        internal void PutMoves(MoveCommand v) => Put(v ?? nothing);
+
+        internal void PutMoves(List<MoveCommand> v)
+        {
+            int n = v?.Count ?? 1;
+            Put(n);
+            for (int i = 0; i < n; i++) PutMoves(v?[i]);
+        }
+
         /// <summary>Appends what the call appended to the <c>args</c> of a move to the caller's own list.</summary>
         internal void Change(MoveCommand v)
         {
@@ -391,7 +406,7 @@ namespace zivra.clr
         internal void Change(List<MoveCommand> v)
         {
             int n = Count();
-            for (int i = 0; i < n; i++) Change(v[i]);
+            for (int i = 0; i < n; i++) Change(v?[i]);
         }
     }
 }
