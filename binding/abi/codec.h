@@ -147,7 +147,10 @@ struct Codec<T> {
     each([&](auto field) {
       using Of = Codec<typename decltype(field)::Type>;
       Of::source(to);
-      putting += putText<typename decltype(field)::Type>(std::string("v.") + field.name) + "; ";
+      // By a reference of the type declared here: the class, written by hand, has the same or doesn't
+      // compile.
+      putting += "{ ref " + Of::name() + " f = ref v." + field.name + "; " +
+                 putText<typename decltype(field)::Type>("f") + "; } ";
       getting += " " + getText<typename decltype(field)::Type>(std::string("v.") + field.name) + ";";
     });
     to.type(name(), putting, getting);
@@ -329,7 +332,9 @@ struct Codec<RLProjectInfo> {
   static std::string name() { return "RLProjectInfo"; }
   static void source(Source& to) {
     Codec<List<String>>::source(to);
-    to.type(name(), "", "Get(out string name); v = new RLProjectInfo(name); Get(out v.taskList);");
+    to.type(name(), "",
+            "Get(out string name); Get(out List<string> tasks); v = new RLProjectInfo(name) { taskList = "
+            "tasks };");
   }
   static void put(Writer& to, const RLProjectInfo& value) {
     Codec<String>::put(to, value.name);
@@ -340,6 +345,8 @@ struct Codec<RLProjectInfo> {
 template <>
 struct Codec<Dictionary> {
   static constexpr std::size_t least = 4;
+  static_assert(std::is_same_v<Object, std::variant<int, double, String, bool, ErrorCode>>,
+                "the kinds, in the order in which C# knows them (formVersion)");
   static std::string name() { return "Dictionary<string, object>"; }
   static void source(Source&) {}
   static void put(Writer& to, const Dictionary& value) {

@@ -114,6 +114,13 @@ std::string enumText(const AllDocs& docs) {
   return text + indent + "}\n" + close;
 }
 
+std::string faultTexts() {
+  std::string text = "    internal static class Fault\n    {\n";
+  for (const auto& [name, number] : faultNumbers())
+    text += "        internal const int " + name + " = " + std::to_string(number) + ";\n";
+  return text + "    }\n";
+}
+
 template <class... E>
 std::string enumTexts(const AllDocs& docs, EnumList<E...>) {
   return (enumText<E>(docs) + ...);
@@ -142,7 +149,7 @@ int main(int argc, char** argv) try {
       "System.Collections.Generic;\n\n"
       "namespace zivra.clr\n{\n    internal static class Schema\n    {\n        internal const ulong Number "
       "= " +
-      std::to_string(schemaNumber()) + ";\n    }\n" + enumTexts(docs, AllEnums());
+      std::to_string(schemaNumber()) + ";\n    }\n" + faultTexts() + enumTexts(docs, AllEnums());
   for (const auto& [name, methods] : classes)
     text += "    public partial class " + name + "\n    {\n" + methods + "    }\n";
   text += "    internal sealed partial class Call\n    {\n" + source.text() + "    }\n}\n";

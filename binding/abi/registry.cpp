@@ -14,9 +14,35 @@ const std::vector<Row>& rows() {
   return all;
 }
 
+std::vector<std::pair<std::string, int>> faultNumbers() {
+  std::vector<std::pair<std::string, int>> all(EnumInfo<Fault>::members.begin(),
+                                               EnumInfo<Fault>::members.end());
+  all.insert(all.end(),
+             {{"disposed", kDisposed}, {"foreignHandle", kForeignHandle}, {"badMessage", kBadMessage}});
+  return all;
+}
+
+namespace {
+
+template <class... E>
+std::string describeEnums(EnumList<E...>) {
+  std::string text;
+  const auto add = [&](const char* name, const auto& members) {
+    text += name;
+    for (const auto& [member, number] : members)
+      text += " " + std::string(member) + " " + std::to_string(number);
+    text += "\n";
+  };
+  (add(EnumInfo<E>::name, EnumInfo<E>::members), ...);
+  add("faults", faultNumbers());
+  return text;
+}
+
+}  // namespace
+
 std::string describeRows() {
   Source source;
-  std::string text;
+  std::string text = "form " + std::to_string(formVersion) + "\n" + describeEnums(AllEnums());
   for (const Row& row : rows()) {
     row.source(source);
     text += std::string(row.owner) + "." + row.name + " " + row.result;

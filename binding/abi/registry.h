@@ -276,6 +276,11 @@ std::vector<Row> rowsOfDevices();
 
 /// All of them; a row's number is its place.
 const std::vector<Row>& rows();
+/// Raise it with each change of what both sides write by hand: texts, `ErrorCode`, `double[,]`, `Dictionary`,
+/// moves that are null, and how a reply begins.
+constexpr int formVersion = 1;
+/// Each fault's name and number.
+std::vector<std::pair<std::string, int>> faultNumbers();
 /// All that both layers have to agree on, as text, and a number made from it: libraries of other builds
 /// differ in it.
 std::string describeRows();

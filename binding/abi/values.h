@@ -71,6 +71,9 @@ ZCLR_ENUM(NorvilOpt::Vout, "NorvilOpt.Vout", off, reserve, supply12v, supply24v)
 ZCLR_ENUM(CartesianPosition::Offset::Type, "CartesianPosition.Offset.Type", none, offs, relTool)
 ZCLR_ENUM(MoveCommand::Type, "MoveCommand.Type", MoveL, MoveJ, MoveAbsJ, MoveC, MoveCF, MoveSP, MoveWait)
 
+ZCLR_ENUM(Fault, "Fault", none, api, indexOutOfRange, nullReference, argumentNull, argument,
+          argumentOutOfRange, notSupported, external, outOfMemory)
+
 ZCLR_FIELDS(Frame, "Frame", trans, rpy)
 ZCLR_FIELDS(CartesianPosition, "CartesianPosition", trans, rpy, elbow, confData, external)
 ZCLR_FIELDS(CartesianPosition::Offset, "CartesianPosition.Offset", type, frame)

@@ -299,8 +299,9 @@ TEST_F(Delegates, ClosingWaitsForThoseUnderWayAndStartsNoMore) {
 TEST(Schema, IsOneNumberAndMadeFromAllThatBothSidesShare) {
   EXPECT_EQ(zivra_clr_schema(), schemaNumber());
   const std::string text = describeRows();
-  for (const char* part :
-       {"BaseRobot.moveAppend void", "v.cartTarget", "ForceControl.getEndTorque", "BaseUpgrade.upgrade"})
+  for (const char* part : {"BaseRobot.moveAppend void", "ref double f = ref v.mass;",
+                           "ForceControl.getEndTorque", "BaseUpgrade.upgrade", "\nStopLevel stop0 0 stop1 1 ",
+                           "\nfaults none 0 api 1 ", " disposed 100 ", "form 1\n"})
     EXPECT_NE(text.find(part), std::string::npos) << part;
 }
 

@@ -161,9 +161,9 @@ namespace zivra.clr
             }
             next = 0;
             Get(out int fault);
-            if (fault >= NotTaken && delegates != null) foreach (var one in delegates) Delegates.Drop(one.Key);
+            if (fault >= Fault.disposed && delegates != null) foreach (var one in delegates) Delegates.Drop(one.Key);
             delegates = null;
-            if (fault == 0) return;
+            if (fault == Fault.none) return;
             Get(out string text);
             End();
             throw Exception(fault, text, owner);
@@ -177,24 +177,21 @@ namespace zivra.clr
             next = 0;
         }
 
-        /// <summary>From here on a fault tells that the native side never took the arguments.</summary>
-        private const int NotTaken = 100;
-
         private static Exception Exception(int fault, string text, string owner)
         {
             switch (fault)
             {
-                case 1: return new ApiException(text);
-                case 2: return new IndexOutOfRangeException(text);
-                case 3: return new NullReferenceException(text);
-                case 4: return new ArgumentNullException(null, text);
-                case 5: return new ArgumentException(text);
-                case 6: return new ArgumentOutOfRangeException(null, text);
-                case 7: return new NotSupportedException(text);
-                case 8: return new ExternalException(text);
-                case 9: return new OutOfMemoryException(text);
-                case NotTaken: return new ObjectDisposedException("zivra.clr." + owner);
-                case NotTaken + 1: return new InvalidCastException(text);
+                case Fault.api: return new ApiException(text);
+                case Fault.indexOutOfRange: return new IndexOutOfRangeException(text);
+                case Fault.nullReference: return new NullReferenceException(text);
+                case Fault.argumentNull: return new ArgumentNullException(null, text);
+                case Fault.argument: return new ArgumentException(text);
+                case Fault.argumentOutOfRange: return new ArgumentOutOfRangeException(null, text);
+                case Fault.notSupported: return new NotSupportedException(text);
+                case Fault.external: return new ExternalException(text);
+                case Fault.outOfMemory: return new OutOfMemoryException(text);
+                case Fault.disposed: return new ObjectDisposedException("zivra.clr." + owner);
+                case Fault.foreignHandle: return new InvalidCastException(text);
                 default: return new InvalidOperationException(text);
             }
         }
