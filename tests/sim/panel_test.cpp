@@ -6,9 +6,9 @@
 namespace zivra::sim::test {
 namespace {
 
-std::string zeros(int count) {
+std::string list(int count, const std::string& element) {
   std::string text;
-  for (int i = 0; i < count; ++i) text += i == 0 ? "0" : ",0";
+  for (int i = 0; i < count; ++i) text += (i == 0 ? "" : ",") + element;
   return '[' + text + ']';
 }
 
@@ -25,20 +25,20 @@ TEST(Panel, WhatFitsDependsOnItsType) {
       return bench.command("modbusRTU.register.rw",
                            fmt::format(R"({{"slave_addr":1,"fun_cmd":3,"reg_addr":0,"num":{},)"
                                        R"("if_crc_reverse":false,"data_array":{}}})",
-                                       count, zeros(count)));
+                                       count, list(count, "0")));
     };
     const auto coils = [&](int count) {
       return bench.command("modbusRTU.coil.rw",
                            fmt::format(R"({{"slave_addr":1,"fun_cmd":1,"coil_addr":0,"num":{},)"
                                        R"("if_crc_reverse":false,"data_array":{}}})",
-                                       count, zeros(count)));
+                                       count, list(count, "false")));
     };
     const auto bytes = [&](int count) {
       return bench.command("modbusRTU.data.rw", fmt::format(R"({{"send_len":0,"rev_len":{}}})", count));
     };
     EXPECT_EQ(registers(c.registers)["data"]["data_array"].size(), static_cast<unsigned>(c.registers));
     EXPECT_EQ(registers(c.registers + 1), -260);
-    EXPECT_TRUE(coils(c.coils).isObject());
+    EXPECT_TRUE(coils(c.coils).isObject()) << "at most the slave has fewer";
     EXPECT_EQ(coils(c.coils + 1), -260);
     EXPECT_EQ(bytes(c.bytes)["data"]["rev_data"].size(), static_cast<unsigned>(c.bytes));
     EXPECT_EQ(bytes(c.bytes + 1), -260);
