@@ -15,6 +15,8 @@ void idleLink(const Peer& peer, Table& table);
 // `seconds` at a kilohertz, and some more for the rest.
 void stateStream(const Peer& peer, Table& table, double seconds);
 void files(const Peer& peer, Table& table, bool quick);
+// The faces of the managed binding; with the managed program too, unless it is "".
+void binding(const Peer& peer, const std::string& managedProgram, bool quick);
 // In a process that has done nothing else.
 void memory(const Peer& peer, Table& table);
 void filesMemory(const Peer& peer, Table& table);

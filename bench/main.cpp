@@ -12,13 +12,17 @@ namespace {
 
 void usage() {
   std::puts(
-      "usage: zivra-bench [--quick] [--memory | --stream | --files]\n"
+      "usage: zivra-bench [--quick] [--memory | --stream | --files | --binding [PROGRAM]]\n"
       "Measures the library against bare sockets on loopback (127.60.0.1), pinned to one core, and prints a "
       "table.\n"
       "  --quick   a tenth of the time, coarser figures\n"
       "  --memory  resident memory only; the whole run does this first, in a process of its own\n"
       "  --stream  the state stream only: a minute at 1 kHz, with --quick 3 s\n"
-      "  --files   transfers of files and packages only");
+      "  --files   transfers of files and packages only\n"
+      "  --binding the layers of the .NET binding only, each call beside the same one in C++; with PROGRAM "
+      "also "
+      "the\n"
+      "            .NET side, which the build target zivra_dotnet_bench builds and runs this way");
 }
 
 }  // namespace
@@ -29,6 +33,8 @@ int main(int argc, char** argv) try {
   bool memoryOnly = false;
   bool streamOnly = false;
   bool filesOnly = false;
+  bool bindingOnly = false;
+  std::string managedProgram;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--quick") == 0) {
       quick = true;
@@ -38,6 +44,11 @@ int main(int argc, char** argv) try {
       streamOnly = true;
     } else if (std::strcmp(argv[i], "--files") == 0) {
       filesOnly = true;
+#ifdef ZIVRA_BENCH_BINDING
+    } else if (std::strcmp(argv[i], "--binding") == 0) {
+      bindingOnly = true;
+      if (i + 1 < argc && argv[i + 1][0] != '-') managedProgram = std::filesystem::absolute(argv[++i]);
+#endif
     } else {
       usage();
       return std::strcmp(argv[i], "--help") == 0 ? 0 : 2;
@@ -61,6 +72,11 @@ int main(int argc, char** argv) try {
   } else if (filesOnly) {
     const Peer peer("127.60.0.1");
     files(peer, table, quick);
+#ifdef ZIVRA_BENCH_BINDING
+  } else if (bindingOnly) {
+    const Peer peer("127.61.0.1");
+    binding(peer, managedProgram, quick);
+#endif
   } else {
     std::fflush(stdout);
     if (std::system(("'" + program.string() + "' --memory").c_str()) != 0) std::puts("memory: not measured");
@@ -73,6 +89,9 @@ int main(int argc, char** argv) try {
     idleLink(peer, table);
     stateStream(peer, table, quick ? 3.0 : 60.0);
     files(peer, table, quick);
+#ifdef ZIVRA_BENCH_BINDING
+    binding(peer, "", quick);
+#endif
   }
   std::filesystem::current_path("/");
   std::filesystem::remove_all(folder);

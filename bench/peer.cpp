@@ -6,6 +6,7 @@
 #include <cstring>
 #include <map>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
 #include <string_view>
@@ -58,15 +59,36 @@ std::string_view valueOf(std::string_view key, std::string_view parameter) {
 
 enum class Verdict { answered, silent, drop };
 
-Verdict answer(std::string_view frame, std::string& out) {
+// Events that a link is owed.
+struct News {
+  std::size_t count = 0;
+  std::int64_t dueNs = 0;
+};
+
+// In a moment the link is idle again, as it mostly is when something happens.
+constexpr std::int64_t newsDelayNs = 1'000'000;
+
+// The end of a move, with the time of its sending.
+void appendNews(std::string& out) {
+  out += R"({"n":{"move.last_error_with_setting":{"error":0,"data":{"id":"l#1*@)";
+  out += std::to_string(nowNs());
+  out += R"(","point":0,"msg":"finish"}}},"ts":0})";
+  out += '\r';
+}
+
+// Moves are answered too, as a controller does: without that the next frame of the link would wait 40 ms for
+// the acknowledgement of a move.
+Verdict answer(std::string_view frame, std::string& out, News& news) {
   const std::string_view id = between(frame, "\"id\":", ",}");
-  if (id.empty() || id.front() == '"') return Verdict::silent;  // moves: nobody waits for the reply
+  if (id.empty()) return Verdict::silent;
   for (const char letter : {'g', 'c', 's', 'w'}) {
     const std::string opening = {'"', letter, '"', ':', '{', '"'};
     const std::string_view key = between(frame, opening, "\"");
     if (key.empty()) continue;
     if (key == "bench.drop") return Verdict::drop;
     if (key == "bench.mute") return Verdict::silent;
+    if (key == "move.continue" || key == "move.pause")
+      news = {key == "move.pause" ? eventsAtOnce : 1, nowNs() + newsDelayNs};
     const std::string_view parameter = between(frame, std::string(key) + "\":", "},");
     out += "{\"";
     out += letter;
@@ -82,38 +104,68 @@ Verdict answer(std::string_view frame, std::string& out) {
   return Verdict::silent;
 }
 
+struct Link {
+  std::string pending;
+  News news;
+};
+
+bool sendAll(int fd, const std::string& out) {
+  return out.empty() || ::send(fd, out.data(), out.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(out.size());
+}
+
 // False if the link is over.
-bool serve(int fd, std::string& pending, Shared& shared) {
+bool serve(int fd, Link& link, Shared& shared) {
   char buffer[65536];
   const ssize_t got = ::recv(fd, buffer, sizeof buffer, 0);
   if (got <= 0) return false;
+  std::string& pending = link.pending;
   pending.append(buffer, static_cast<std::size_t>(got));
   std::string out;
   std::size_t begin = 0;
   for (std::size_t end; (end = pending.find('\r', begin)) != std::string::npos; begin = end + 1) {
-    if (answer(std::string_view(pending).substr(begin, end - begin), out) == Verdict::drop) {
+    if (answer(std::string_view(pending).substr(begin, end - begin), out, link.news) == Verdict::drop) {
       shared.droppedAtNs = nowNs();
       return false;
     }
   }
   pending.erase(0, begin);
-  return out.empty() || ::send(fd, out.data(), out.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(out.size());
+  return sendAll(fd, out);
+}
+
+// Sends what is due; false if something is owed still.
+bool tellNews(std::map<int, Link>& links) {
+  bool all = true;
+  for (auto& [fd, link] : links) {
+    if (link.news.count == 0) continue;
+    if (nowNs() < link.news.dueNs) {
+      all = false;
+      continue;
+    }
+    std::string out;
+    for (; link.news.count > 0; --link.news.count) appendNews(out);
+    sendAll(fd, out);  // a link that is over is found at its next turn
+  }
+  return all;
 }
 
 [[noreturn]] void run(int listener, Shared& shared) {
   std::vector<pollfd> polled{{listener, POLLIN, 0}};
-  std::map<int, std::string> pending;
+  std::map<int, Link> links;
   for (;;) {
-    if (::poll(polled.data(), polled.size(), -1) < 0) continue;
+    if (::poll(polled.data(), polled.size(), tellNews(links) ? -1 : 1) < 0) continue;
     for (std::size_t i = polled.size(); i-- > 1;) {
-      if (polled[i].revents == 0 || serve(polled[i].fd, pending[polled[i].fd], shared)) continue;
+      if (polled[i].revents == 0 || serve(polled[i].fd, links[polled[i].fd], shared)) continue;
       ::close(polled[i].fd);
-      pending.erase(polled[i].fd);
+      links.erase(polled[i].fd);
       polled.erase(polled.begin() + static_cast<std::ptrdiff_t>(i));
     }
     if (polled.front().revents != 0) {
       const int fd = ::accept(listener, nullptr, nullptr);
-      if (fd >= 0) polled.push_back({fd, POLLIN, 0});
+      if (fd < 0) continue;
+      // An event soon after a reply would wait for the reply's acknowledgement, which takes 40 ms.
+      const int on = 1;
+      ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+      polled.push_back({fd, POLLIN, 0});
     }
   }
 }

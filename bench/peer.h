@@ -3,11 +3,15 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
 
 namespace zivra::bench {
+
+// "move.continue" makes the peer send one event, "move.pause" that many in one write.
+constexpr std::size_t eventsAtOnce = 100;
 
 // What both processes see.
 struct Shared {
