@@ -227,14 +227,14 @@ class FunctionsFace final : public Face {
  private:
   template <class... T>
   void call(std::int32_t row, const T&... values) {
-    clr::abi::Writer message(std::move(message_));
+    // One buffer both ways, as the assembly has it.
+    constexpr auto room = static_cast<std::int32_t>(sizeof buffer_);
+    clr::abi::Writer message(buffer_, sizeof buffer_);
     (clr::abi::Codec<T>::put(message, values), ...);
-    const auto& in = message.bytes();
-    const auto size = zivra_clr_call(self_, row, in.data(), static_cast<std::int32_t>(in.size()), reply_,
-                                     static_cast<std::int32_t>(sizeof reply_));
-    message_ = message.takeBytes();
-    if (size > static_cast<std::int32_t>(sizeof reply_)) throw std::runtime_error("a long reply");
-    reader_ = clr::abi::Reader(reply_, static_cast<std::size_t>(size));
+    const auto size =
+        zivra_clr_call(self_, row, message.data(), static_cast<std::int32_t>(message.size()), buffer_, room);
+    if (size > room) throw std::runtime_error("a long reply");
+    reader_ = clr::abi::Reader(buffer_, static_cast<std::size_t>(size));
     if (get<int>() != 0) throw std::runtime_error(get<clr::String>().text());
   }
   template <class T>
@@ -254,8 +254,7 @@ class FunctionsFace final : public Face {
   const clr::String ts_ = "ts", psi_ = "psi_m", q_ = "q_m", dq_ = "dq_m", tau_ = "tau_m";
   std::uint64_t self_ = 0;
   std::vector<clr::List<clr::MoveCommand>> moves_;
-  std::vector<std::uint8_t> message_;
-  std::uint8_t reply_[1 << 12];
+  std::uint8_t buffer_[1 << 13];
   clr::abi::Reader reader_{nullptr, 0};
 };
 

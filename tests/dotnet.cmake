@@ -54,3 +54,13 @@ zivra_program_test(dotnet_ends_undisposed MODEL tandi CHECK --within 15 --last "
   RUN ${endings} forget @address@)
 set_tests_properties(programs.dotnet_ends_in_a_delegate programs.dotnet_ends_by_a_delegate
   programs.dotnet_ends_by_a_throwing_delegate programs.dotnet_ends_undisposed PROPERTIES FIXTURES_REQUIRED dotnet_endings)
+
+# The benchmark of the binding runs, and measures something everywhere.
+if(ZIVRA_BUILD_BENCH)
+  add_test(NAME dotnet.build_bench COMMAND ${dotnet}/run_dotnet build ${sources}/Zivra.Clr.Bench -c Release -v quiet)
+  set_tests_properties(dotnet.build_bench PROPERTIES LABELS plain TIMEOUT 300 RESOURCE_LOCK dotnet
+    FIXTURES_SETUP dotnet_bench DEPENDS dotnet.pack)
+  zivra_program_test(dotnet_bench CHECK --last "^each of 100 events at once +C# +[0-9]+ +[0-9.]+ +[0-9.]+ +[0-9.]+"
+    RUN $<TARGET_FILE:zivra_bench> --binding ${ZIVRA_DOTNET_BENCH} --quick)
+  set_tests_properties(programs.dotnet_bench PROPERTIES FIXTURES_REQUIRED dotnet_bench)
+endif()

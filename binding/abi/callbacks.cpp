@@ -62,7 +62,7 @@ DelegateToken::~DelegateToken() {
 
 void DelegateToken::invoke(const Writer& message) const noexcept {
   through(&Way::invoke, [&](InvokeDelegate call) {
-    call(number_, message.bytes().data(), static_cast<std::int32_t>(message.bytes().size()));
+    call(number_, message.data(), static_cast<std::int32_t>(message.size()));
   });
 }
 

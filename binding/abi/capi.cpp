@@ -16,18 +16,19 @@ using namespace zivra::clr::abi;
 
 namespace {
 
-thread_local std::vector<std::uint8_t> waiting;  // a reply that its caller had no room for
-thread_local std::vector<std::uint8_t> spare;    // the last reply's memory, for the next one
-constexpr std::size_t spareAtMost = 1 << 16;
+// A reply that its caller had no room for. Asking whether there is one costs less than looking at it.
+thread_local std::vector<std::uint8_t> waiting;
+constinit thread_local bool isWaiting = false;
 
-/// A reply is made outside of the thread's own storage: a delegate that an operation calls may call in here.
+/// The reply may lie where the arguments did: nothing is written before they are decoded.
 void run(std::uint64_t self, std::int32_t operation, const void* in, std::int32_t size, Writer& reply) {
   if (size < 0 || operation < 0 || static_cast<std::size_t>(operation) >= rows().size()) Reader::bad();
   Reader arguments(in, static_cast<std::size_t>(size));
-  reply.number<std::int32_t>(0);
+  const std::size_t place = reply.placeFor<std::int32_t>();
   rows()[static_cast<std::size_t>(operation)].call(self, arguments, reply);
-  if (reply.bytes().size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
+  if (reply.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
     throw std::bad_alloc();
+  reply.numberAt(place, std::int32_t{0});
 }
 
 void fault(Writer& reply, std::int32_t number, const char* text) {
@@ -74,16 +75,18 @@ ZCLR_EXPORT void zivra_clr_callbacks(InvokeDelegate invoke, DropDelegate drop) n
 
 ZCLR_EXPORT std::int32_t zivra_clr_call(std::uint64_t self, std::int32_t operation, const void* in,
                                         std::int32_t size, void* out, std::int32_t capacity) noexcept {
-  // A call from inside of a delegate finds nothing to spare, and leaves what it made.
-  Writer reply(std::exchange(spare, {}));
+  Writer reply(out, capacity < 0 ? 0 : static_cast<std::size_t>(capacity));
   runToReply(self, operation, in, size, reply);
-  waiting.clear();
-  const auto length = static_cast<std::int32_t>(reply.bytes().size());
+  if (isWaiting) {
+    waiting.clear();
+    isWaiting = false;
+  }
+  const auto length = static_cast<std::int32_t>(reply.size());
   if (length > capacity) {
     waiting = reply.takeBytes();
-  } else {
-    std::memcpy(out, reply.bytes().data(), reply.bytes().size());
-    if (reply.bytes().capacity() <= spareAtMost) spare = reply.takeBytes();
+    isWaiting = true;
+  } else if (reply.data() != out) {
+    std::memcpy(out, reply.data(), reply.size());
   }
   return length;
 }
@@ -93,6 +96,7 @@ ZCLR_EXPORT std::int32_t zivra_clr_take(void* out, std::int32_t capacity) noexce
   if (length > capacity) return length;
   if (length > 0) std::memcpy(out, waiting.data(), waiting.size());
   std::vector<std::uint8_t>().swap(waiting);
+  isWaiting = false;
   return length;
 }
 

@@ -14,7 +14,7 @@ std::uint64_t zivra_clr_schema() noexcept;
 void zivra_clr_callbacks(void (*invoke)(std::uint64_t, const void*, std::int32_t),
                          void (*drop)(std::uint64_t)) noexcept;
 /// Runs an operation. The size of the reply, which is in `out` if it isn't above `capacity`; otherwise
-/// `zivra_clr_take` gives it, on the same thread and before its next call.
+/// `zivra_clr_take` gives it, on the same thread and before its next call. `in` and `out` may be the same.
 std::int32_t zivra_clr_call(std::uint64_t self, std::int32_t operation, const void* in, std::int32_t size,
                             void* out, std::int32_t capacity) noexcept;
 /// The last reply that was too large; its size, 0 if there is none.

@@ -94,14 +94,8 @@ struct Codec<String> {
     to.block(value.text().data(), value.text().size());
   }
   static String get(Reader& from) {
-    Reader ahead = from;
-    if (ahead.number<std::int32_t>() == -1) {
-      from = ahead;
-      return nullptr;
-    }
-    std::string text(from.count(1), '\0');
-    from.block(text.data(), text.size());
-    return String(std::move(text));
+    const auto size = from.number<std::int32_t>();
+    return size == -1 ? String(nullptr) : String(from.text(size));
   }
 };
 

@@ -29,12 +29,18 @@ std::uint64_t addObject(Object object) {
   return table().last = number;
 }
 
-Object findObject(std::uint64_t number) {
+template <class Root>
+std::shared_ptr<Root> findObject(std::uint64_t number) {
   const std::shared_lock lock(table().mutex);
   const auto found = table().objects.find(number);
   if (found == table().objects.end()) throw BoundaryFault(kDisposed, "");
-  return found->second;
+  const auto* object = std::get_if<std::shared_ptr<Root>>(&found->second);
+  return object == nullptr ? nullptr : *object;
 }
+template std::shared_ptr<BaseRobot> findObject(std::uint64_t number);
+template std::shared_ptr<ForceControl> findObject(std::uint64_t number);
+template std::shared_ptr<BaseEthercat> findObject(std::uint64_t number);
+template std::shared_ptr<BaseUpgrade> findObject(std::uint64_t number);
 
 void releaseObject(std::uint64_t number) noexcept {
   std::unordered_map<std::uint64_t, Object>::node_type last;  // ends after the lock

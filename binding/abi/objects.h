@@ -16,8 +16,9 @@ using Object = std::variant<std::shared_ptr<BaseRobot>, std::shared_ptr<ForceCon
                             std::shared_ptr<BaseEthercat>, std::shared_ptr<BaseUpgrade>>;
 
 std::uint64_t addObject(Object object);
-/// Throws kDisposed for a number that isn't there.
-Object findObject(std::uint64_t number);
+/// Throws kDisposed for a number that isn't there; null for an object of another kind.
+template <class Root>
+std::shared_ptr<Root> findObject(std::uint64_t number);
 /// Forgets it. The object ends here, or with the last call that is inside of it.
 void releaseObject(std::uint64_t number) noexcept;
 
@@ -25,14 +26,11 @@ void releaseObject(std::uint64_t number) noexcept;
 template <class Class>
 std::shared_ptr<Class> heldAs(std::uint64_t number) {
   using Root = std::conditional_t<std::is_base_of_v<BaseRobot, Class>, BaseRobot, Class>;
-  Object object = findObject(number);
   std::shared_ptr<Class> result;
-  if (auto* root = std::get_if<std::shared_ptr<Root>>(&object)) {
-    if constexpr (std::is_same_v<Root, Class>)
-      result = std::move(*root);
-    else
-      result = std::dynamic_pointer_cast<Class>(std::move(*root));
-  }
+  if constexpr (std::is_same_v<Root, Class>)
+    result = findObject<Root>(number);
+  else
+    result = std::dynamic_pointer_cast<Class>(findObject<Root>(number));
   if (result == nullptr) throw BoundaryFault(kForeignHandle, "the object is of another class than the call");
   return result;
 }

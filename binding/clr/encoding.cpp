@@ -94,18 +94,20 @@ const std::string& narrowCodeset() {
 }
 
 std::string validUtf8(std::string_view bytes) {
-  std::string text;
-  text.reserve(bytes.size());
+  // Most texts are ASCII: as much of it as there is at once.
+  const auto plainOf = [](std::string_view of) {
+    const auto other = std::find_if(of.begin(), of.end(), [](char c) { return (c & 0x80) != 0; });
+    return of.substr(0, static_cast<std::size_t>(other - of.begin()));
+  };
+  std::string text(plainOf(bytes));
+  bytes.remove_prefix(text.size());
   while (!bytes.empty()) {
-    // Most texts are ASCII: as much of it as there is at once.
-    const auto other = std::find_if(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) != 0; });
-    const auto plain = static_cast<std::size_t>(other - bytes.begin());
-    text += bytes.substr(0, plain);
-    bytes.remove_prefix(plain);
-    if (bytes.empty()) break;
     const Piece piece = firstPiece(bytes);
     text += piece.valid ? bytes.substr(0, piece.length) : std::string_view(replacement);
     bytes.remove_prefix(piece.length);
+    const std::string_view plain = plainOf(bytes);
+    text += plain;
+    bytes.remove_prefix(plain.size());
   }
   return text;
 }

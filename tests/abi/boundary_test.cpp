@@ -1,4 +1,5 @@
 // The five functions that a managed assembly calls, called as it calls them.
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstring>
@@ -47,9 +48,10 @@ struct Reply {
 Reply callWith(std::uint64_t self, std::int32_t operation, const std::vector<std::uint8_t>& arguments,
                std::int32_t room = 1 << 16) {
   Reply reply;
-  reply.bytes.resize(static_cast<std::size_t>(room));
+  reply.bytes = arguments;  // one buffer both ways, as the assembly has it
+  reply.bytes.resize(std::max(arguments.size(), static_cast<std::size_t>(room)));
   const std::int32_t size =
-      zivra_clr_call(self, operation, arguments.data(), static_cast<std::int32_t>(arguments.size()),
+      zivra_clr_call(self, operation, reply.bytes.data(), static_cast<std::int32_t>(arguments.size()),
                      reply.bytes.data(), room);
   reply.bytes.resize(static_cast<std::size_t>(size));
   if (size > room) {

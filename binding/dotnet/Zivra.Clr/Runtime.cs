@@ -127,26 +127,32 @@ namespace zivra.clr
     {
         private const int KeepAtMost = 1 << 20;
         private const int LongestArray = 0x7fffffc7;  // the runtime's limit
+        private const int UsualSize = 1024;
+        private const int ShortText = 256;
 
         [ThreadStatic]
         private static Call free;
 
-        private byte[] buffer = new byte[1024];
+        private byte[] buffer = new byte[UsualSize];
+        private bool busy;
         private int length;
         private int next;
         private List<KeyValuePair<long, Delegate>> delegates;
 
         internal static Call Begin()
         {
-            Call call = free ?? new Call();
-            free = null;
+            Call call = free;
+            // A call inside of a delegate finds the outer one busy; one that threw stays so.
+            if (call == null || call.busy) free = call = new Call();
+            call.busy = true;
             call.length = 0;
             return call;
         }
 
         internal void End()
         {
-            if (buffer.Length <= KeepAtMost) free = this;
+            busy = false;
+            if (buffer.Length > KeepAtMost) buffer = new byte[UsualSize];
         }
 
         internal void Invoke(long self, int operation, string owner)
@@ -228,15 +234,19 @@ namespace zivra.clr
                 return;
             }
             int size;
-            try { size = strict.GetByteCount(v); }
+            try
+            {
+                if (v.Length > ShortText) Room(checked(4 + strict.GetByteCount(v)));
+                else Room(4 + 3 * v.Length);  // the most that it can take; to count costs as much as to write
+                size = strict.GetBytes(v, 0, v.Length, buffer, length + 4);
+            }
             catch (EncoderFallbackException)
             {
                 Put(WithBrokenPairs(v));
                 return;
             }
             Put(size);
-            Room(size);
-            length += strict.GetBytes(v, 0, v.Length, buffer, length);
+            length += size;
         }
 
         private static readonly UTF8Encoding strict = new UTF8Encoding(false, true);
@@ -320,11 +330,11 @@ namespace zivra.clr
             v = size == -1 ? null : Encoding.UTF8.GetString(buffer, Advance(size), size);
         }
 
-        private T[] Block<T>(int width)
+        private T[] Block<T>(int width) where T : struct
         {
             var v = new T[Count()];
             int size = checked(width * v.Length);
-            Buffer.BlockCopy(buffer, Advance(size), v, 0, size);
+            MemoryMarshal.Cast<byte, T>(new ReadOnlySpan<byte>(buffer, Advance(size), size)).CopyTo(v);
             return v;
         }
 
