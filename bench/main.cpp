@@ -33,7 +33,7 @@ int main(int argc, char** argv) try {
   bool memoryOnly = false;
   bool streamOnly = false;
   bool filesOnly = false;
-  bool bindingOnly = false;
+  [[maybe_unused]] bool bindingOnly = false;
   std::string managedProgram;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--quick") == 0) {
