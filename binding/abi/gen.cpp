@@ -1,5 +1,7 @@
 // Prints the C# that goes with the table: enumerations, methods and how the types cross.
 // usage: zivra_clr_gen HEADER...    headers whose comments become the documentation, the layer's own first
+// A comment in the layer's header follows that of the native operation, or takes its place if it begins with
+// @brief.
 #include <cctype>
 #include <cstdio>
 #include <exception>
@@ -29,19 +31,27 @@ std::vector<std::string> nativeOwners(const std::string& owner) {
 std::string documentation(const AllDocs& docs, const Row& row) {
   std::vector<std::string> words;
   for (const ParameterText& one : row.parameters) words.push_back(one.name);
+  const std::string own = docs.layer.of(row.owner, row.name, words), brief = "@brief ";
+  if (own.rfind(brief, 0) == 0) return xml(inManagedWords(own.substr(brief.size())), words);
   std::string text;
   for (const std::string& owner : nativeOwners(row.owner)) {
     if (text.empty()) text = docs.native.of(owner, row.name, words);
   }
-  if (text.empty() || text[0] == '(') text = wordsOf(row.name) + (text.empty() ? "." : " " + text + ".");
-  const std::string own = docs.layer.of(row.owner, row.name, words);
+  if (text.empty() || text[0] == '(') text = wordsOf(row.name) + (text.empty() ? "" : " ") + text;
+  if (text.back() != '.') text += ".";
   if (!own.empty()) {
-    if (text.back() != '.') text += ".";
     text += " " + own;
     text[text.size() - own.size()] = static_cast<char>(std::toupper(static_cast<unsigned char>(own[0])));
     if (text.back() != '.') text += ".";
   }
-  return xml(text);
+  return xml(inManagedWords(text), words);
+}
+
+std::string constructorText(const Row& row) {
+  if (row.parameters.empty()) return "Makes one that isn't connected.";
+  return xml(
+      "Connects to the controller at `" + std::string(row.parameters[0].name) + "`; throws ApiException.",
+      {row.parameters[0].name});
 }
 
 std::string wrapped(const std::string& indent, const std::string& text) {
@@ -97,7 +107,8 @@ template <class E>
 std::string enumText(const AllDocs& docs) {
   std::string name = EnumInfo<E>::name, open, close;
   std::string indent = "    ";
-  const std::string comment = docs.native.of(name, "");
+  std::string comment = inManagedWords(docs.native.of(name, ""));
+  if (comment.empty()) comment = inManagedWords(docs.layer.of(name, ""));
   // A nested one goes into the parts of its owners.
   for (std::size_t dot; (dot = name.find('.')) != std::string::npos; name = name.substr(dot + 1)) {
     const std::string owner = name.substr(0, dot);
@@ -109,7 +120,7 @@ std::string enumText(const AllDocs& docs) {
   std::string text = open + wrapped(indent, xml(comment.empty() ? wordsOf(name) + "." : comment)) + indent +
                      "public enum " + name + "\n" + indent + "{\n";
   for (const auto& [member, number] : EnumInfo<E>::members)
-    text += wrapped(indent + "    ", wordsOf(member) + ".") + indent + "    " + member + " = " +
+    text += wrapped(indent + "    ", xml(memberWords(comment, member))) + indent + "    " + member + " = " +
             std::to_string(number) + ",\n";
   return text + indent + "}\n" + close;
 }
@@ -139,20 +150,22 @@ int main(int argc, char** argv) try {
   for (std::size_t number = 0; number < rows().size(); ++number) {
     const Row& row = rows()[number];
     row.source(source);
-    const std::string comment = !row.result.empty()      ? documentation(docs, row)
-                                : row.parameters.empty() ? "Connects nothing."
-                                                         : "Connects. Throws <see cref=\"ApiException\"/>.";
+    const std::string comment = row.result.empty() ? constructorText(row) : documentation(docs, row);
     classes[row.owner] += methodText(row, number, comment);
   }
   std::string text =
       "// Generated from the table of operations: see binding/abi.\nusing System;\nusing "
-      "System.Collections.Generic;\n\n"
+      "System.Collections.Generic;\nusing System.Runtime.InteropServices;\n\n"
       "namespace zivra.clr\n{\n    internal static class Schema\n    {\n        internal const ulong Number "
       "= " +
       std::to_string(schemaNumber()) + ";\n    }\n" + faultTexts() + enumTexts(docs, AllEnums());
   for (const auto& [name, methods] : classes)
     text += "    public partial class " + name + "\n    {\n" + methods + "    }\n";
   text += "    internal sealed partial class Call\n    {\n" + source.text() + "    }\n}\n";
+  const auto foreign = foreignSummaries(text);
+  for (const std::string& line : foreign)
+    std::fprintf(stderr, "zivra_clr_gen: words of C++: %s\n", line.c_str());
+  if (!foreign.empty()) return 1;
   return std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? 1 : 0;
 } catch (const std::exception& e) {
   std::fprintf(stderr, "zivra_clr_gen: %s\n", e.what());

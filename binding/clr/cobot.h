@@ -18,12 +18,17 @@ class Cobot : public BaseRobot {
 
   /// @name Guiding by hand
   /// @{
+  /// @brief Lets the arm be moved by hand ("sys.drag", under real-time control "eci.drag"); moves and jogs
+  /// are refused meanwhile. Joint space goes with `freely` only (259). -515: not with the motors as they are
+  /// (the controller switches them itself); -10040: the load isn't set rightly or the torque sensors are off;
+  /// -16, -18: another mode or state.
   void enableDrag(DragParameter::Space space, DragParameter::Type type, ErrorCode& ec);
-  /// `enable_drag_button` goes out as `quick`.
+  /// @brief As the other form; `enable_drag_button` goes out as `quick`, and the controller judges it.
   void enableDrag(DragParameter::Space space, DragParameter::Type type, bool enable_drag_button,
                   ErrorCode& ec);
   void disableDrag(ErrorCode& ec);
-  void startRecordPath(ErrorCode& ec);  ///< records for at most 30 s
+  /// @brief Records the path for at most 30 s ("move.record.start"). -340: the arm isn't at rest.
+  void startRecordPath(ErrorCode& ec);
   void stopRecordPath(ErrorCode& ec);
   void cancelRecordPath(ErrorCode& ec);
   void saveRecordPath(const String& name, const String& saveAs, ErrorCode& ec);

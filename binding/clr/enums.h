@@ -29,6 +29,7 @@ using LogInfoLevel = zivra::LogInfo::Level;
 // Those that have no native one to themselves: .NET knows each as a type of its own.
 enum class CANFormat : std::int32_t { STANDARD = 0, EXTENDED = 1 };
 enum class CANType : std::int32_t { CANFD_ACCELERATED = 0, CANFD = 1, CanClassic = 2 };
+/// The same as `JogOpt::Space`.
 enum class JogSpace : std::int32_t {
   world = 0,
   flange = 1,
@@ -40,7 +41,9 @@ enum class JogSpace : std::int32_t {
   baseParallelMode = 7
 };
 struct DragOpt {
+  /// The same as `DragParameter::Space`.
   enum class Space : std::int32_t { jointSpace = 0, cartesianSpace = 1 };
+  /// The same as `DragParameter::Type`.
   enum class Type : std::int32_t { translationOnly = 0, rotationOnly = 1, freely = 2 };
 };
 

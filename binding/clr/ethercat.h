@@ -33,7 +33,8 @@ class BaseEthercat {
   /// `length` is above 0.
   bool ReadSDO(int slave_addr, int index, int sub_index, int length, Array<std::uint8_t>& data, int over_time,
                ErrorCode& ec);
-  /// Sends `length` bytes: `data` is padded with zeros or cut, and null is no bytes.
+  /// @brief Writes `length` bytes ("ethercat.write_SDO_data"): `data` is padded with zeros or cut, and null
+  /// is no bytes.
   bool WriteSDO(int slave_addr, int index, int sub_index, int length,
                 const std::optional<Array<std::uint8_t>>& data, int over_time, ErrorCode& ec);
   bool WriteMultiSDO(std::uint16_t slave_addr, const List<std::optional<SDOData>>& items, ErrorCode& ec);

@@ -23,7 +23,8 @@ class BaseUpgrade {
   /// Ends the connection; a second time does nothing.
   void Dispose();
 
-  void connect(const String& remote_ip);  ///< throws ApiException
+  /// @brief Ends any connection and connects; at most 30 s. Throws ApiException.
+  void connect(const String& remote_ip);
   void connect(ErrorCode& ec);
   void upgrade(const String& local_file_path, ErrorCode& ec);
   void exportBackup(const String& local_file_path, const List<BackupItem>& items, ErrorCode& ec);

@@ -61,6 +61,8 @@ struct JointPosition {
 /// type, a spiral's radius, step, angle and direction, or a wait's seconds. Members may be null, which is a
 /// NullReferenceException for the kinds that read them.
 struct MoveCommand {
+  /// Kinds of moves: `MoveL` a line, `MoveJ` axes to a pose, `MoveAbsJ` axes to angles, `MoveC` an arc,
+  /// `MoveCF` a circle or a part of one, `MoveSP` a spiral, `MoveWait` a pause.
   enum class Type : std::int32_t {
     MoveL = 0,
     MoveJ = 1,

@@ -2,7 +2,7 @@ using System;
 
 namespace zivra.clr
 {
-    /// <summary>Marks constructors that make no native object.</summary>
+    // Marks constructors that make no native object.
     internal enum Shell { None }
 
     /// <summary>The operations that every robot has. Make an object of the class of the robot's model: one of this class

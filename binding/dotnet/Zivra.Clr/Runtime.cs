@@ -7,7 +7,7 @@ using System.Threading;
 
 namespace zivra.clr
 {
-    /// <summary>The five functions of the native library.</summary>
+    // The five functions of the native library.
     internal static unsafe class Native
     {
         private const string Library = "zivra_clr";
@@ -39,7 +39,7 @@ namespace zivra.clr
         private static readonly object once = new object();
         private static volatile bool ready;
 
-        /// <summary>Checks, once, that the native library is the one that this assembly was made with.</summary>
+        // Checks, once, that the native library is the one that this assembly was made with.
         internal static void Ready()
         {
             if (ready) return;
@@ -54,14 +54,14 @@ namespace zivra.clr
             }
         }
 
-        /// <summary>Throws unless the native library was made from the table with that number.</summary>
+        // Throws unless the native library was made from the table with that number.
         internal static void RefuseOtherThan(ulong expected)
         {
             if (zivra_clr_schema() != expected)
                 throw new BadImageFormatException("The native library zivra_clr is of another build than zivra.clr.");
         }
 
-        /// <summary>Releases an object at most once, whatever thread comes first.</summary>
+        // Releases an object at most once, whatever thread comes first.
         internal static void Release(ref long handle)
         {
             long number = Interlocked.Exchange(ref handle, 0);
@@ -69,7 +69,7 @@ namespace zivra.clr
         }
     }
 
-    /// <summary>What native code may call, by the numbers that it was given.</summary>
+    // What native code may call, by the numbers that it was given.
     internal static class Delegates
     {
         private static readonly Dictionary<long, Delegate> known = new Dictionary<long, Delegate>();
@@ -87,7 +87,7 @@ namespace zivra.clr
             lock (known) known.Remove(number);
         }
 
-        /// <summary>How many are kept; for tests.</summary>
+        // How many are kept; for tests.
         internal static int Count
         {
             get { lock (known) return known.Count; }
@@ -122,7 +122,7 @@ namespace zivra.clr
         }
     }
 
-    /// <summary>One call: its arguments, then its reply, in one buffer. Each thread keeps one for the next call.</summary>
+    // One call: its arguments, then its reply, in one buffer. Each thread keeps one for the next call.
     internal sealed unsafe partial class Call
     {
         private const int KeepAtMost = 1 << 20;
@@ -251,8 +251,8 @@ namespace zivra.clr
 
         private static readonly UTF8Encoding strict = new UTF8Encoding(false, true);
 
-        /// <summary>UTF-8 with a byte that is none for each half of a pair: whether such a text is refused or mended is for
-        /// the native side to say.</summary>
+        // UTF-8 with a byte that is none for each half of a pair: whether such a text is refused or mended is for the
+        // native side to say.
         private static byte[] WithBrokenPairs(string v)
         {
             var bytes = new List<byte>();
@@ -399,7 +399,7 @@ namespace zivra.clr
             for (int i = 0; i < n; i++) PutMoves(v?[i]);
         }
 
-        /// <summary>Appends what the call appended to the <c>args</c> of a move to the caller's own list.</summary>
+        // Appends what the call appended to the `args` of a move to the caller's own list.
         internal void Change(MoveCommand v)
         {
             int n = Count();
