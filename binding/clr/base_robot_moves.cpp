@@ -33,12 +33,13 @@ void withMoves(MoveCommand::Type type, std::span<MoveCommand> cmd, const Use& us
 void append(zivra::BaseRobot* robot, MoveCommand::Type type, std::span<MoveCommand> cmd, String& cmdId,
             ErrorCode& ec) {
   if (robot == nullptr) throw NullReferenceException();
+  if (type == MoveCommand::Type::MoveWait) {
+    std::string unused;  // a wait leaves the caller's id as it was
+    return reporting(ec,
+                     [&](std::error_code& code) { robot->moveAppend(convertWaitMove(cmd), unused, code); });
+  }
   std::string id = convertString(cmdId);
   reporting(ec, [&](std::error_code& code) {
-    if (type == MoveCommand::Type::MoveWait) {
-      std::string unused;  // a managed caller's id isn't that of a wait
-      return robot->moveAppend(convertWaitMove(cmd), unused, code);
-    }
     withMoves(type, cmd, [&](const auto& moves) { robot->moveAppend(moves, id, code); });
   });
   cmdId = utf8StdStringToString(id);

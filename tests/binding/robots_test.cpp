@@ -1,7 +1,10 @@
 // Every class of the layer against a controller of its kind: which native object a call goes to, how long
 // things live, and where events go.
 #include <functional>
+#include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "binding/fixture.h"
 #include "system/fixture.h"
@@ -178,6 +181,55 @@ TEST_F(Managed, EachClassReachesItsNativeOne) {
   }
 }
 
+// Tells when its end begins.
+template <class Native>
+class Traced : public Native {
+ public:
+  template <class... A>
+  Traced(std::vector<std::string>& ended, const char* name, const A&... a)
+      : Native(a...), ended_(ended), name_(name) {}
+  ~Traced() override { ended_.emplace_back(name_); }
+
+ private:
+  std::vector<std::string>& ended_;
+  const char* name_;
+};
+
+struct Opened : clr::BaseRobot {
+  using BaseRobot::cobot5, BaseRobot::cobot6, BaseRobot::cobot7, BaseRobot::ir3, BaseRobot::ir4,
+      BaseRobot::ir6;
+  using BaseRobot::model3, BaseRobot::model4, BaseRobot::model5, BaseRobot::model6, BaseRobot::model7;
+};
+
+template <class Facade, class Native, class Model>
+void expectReleases(std::unique_ptr<Native> clr::BaseRobot::*owner,
+                    std::unique_ptr<Model> clr::BaseRobot::*model) {
+  for (const bool disposed : {true, false}) {
+    std::vector<std::string> ended;
+    {
+      Facade robot;
+      robot.*owner = std::make_unique<Traced<Native>>(ended, "robot");
+      robot.*model = std::make_unique<Traced<Model>>(ended, "model", *(robot.*model));
+      if (disposed) {
+        robot.Dispose();
+        EXPECT_EQ(ended.size(), 2u);
+        robot.Dispose();
+      }
+    }
+    EXPECT_EQ(ended, (std::vector<std::string>{"robot", "model"})) << disposed;
+  }
+}
+
+TEST(ManagedRobots, ReleaseTheNativeOneThenItsModelOnce) {
+  expectReleases<clr::TriaxRobot>(&Opened::ir3, &Opened::model3);
+  expectReleases<clr::QuadraxRobot>(&Opened::ir4, &Opened::model4);
+  expectReleases<clr::StandardRobot>(&Opened::ir6, &Opened::model6);
+  expectReleases<clr::TandiFiveRobot>(&Opened::cobot5, &Opened::model5);
+  expectReleases<clr::TandiRobot>(&Opened::cobot6, &Opened::model6);
+  expectReleases<clr::TandiSevenRobot>(&Opened::cobot7, &Opened::model7);
+  expectReleases<clr::QuillRobot>(&Opened::cobot7, &Opened::model7);
+}
+
 TEST_F(Managed, OperationsOfOneClass) {
   {
     startController(sim::Model::standard);
@@ -279,12 +331,14 @@ TEST_F(Managed, MovesRunAndTellTheDelegate) {
   robot.moveAppend(clr::MoveCommand::Type::MoveAbsJ, moves, id, ec_);
   done("append");
   EXPECT_FALSE(id.text().empty());
-  String same = id;
   clr::MoveCommand wait;
   *wait.args = {0.01};
-  robot.moveAppend(clr::MoveCommand::Type::MoveWait, wait, same, ec_);
-  done("wait");
-  EXPECT_EQ(same, id);
+  for (const String& before : {id, String(nullptr)}) {
+    String same = before;
+    robot.moveAppend(clr::MoveCommand::Type::MoveWait, wait, same, ec_);
+    done("wait");
+    EXPECT_EQ(same, before);
+  }
   robot.moveStart(ec_);
   done("start");
   const auto reached = [](const Told& told) {
