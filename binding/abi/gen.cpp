@@ -107,8 +107,8 @@ template <class E>
 std::string enumText(const AllDocs& docs) {
   std::string name = EnumInfo<E>::name, open, close;
   std::string indent = "    ";
-  std::string comment = inManagedWords(docs.native.of(name, ""));
-  if (comment.empty()) comment = inManagedWords(docs.layer.of(name, ""));
+  std::string comment = inManagedWords(docs.layer.of(name, ""));
+  if (comment.empty()) comment = inManagedWords(docs.native.of(name, ""));
   // A nested one goes into the parts of its owners.
   for (std::size_t dot; (dot = name.find('.')) != std::string::npos; name = name.substr(dot + 1)) {
     const std::string owner = name.substr(0, dot);
