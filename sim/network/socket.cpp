@@ -84,7 +84,7 @@ DatagramSocket::DatagramSocket(const std::string& address) {
 bool DatagramSocket::send(const std::string& address, std::uint16_t port, const std::string& bytes) const {
   const auto where = endpoint(address, port);
   if (!where || !socket_.isOpen()) return false;
-  return ::sendto(socket_.descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL,
+  return ::sendto(socket_.descriptor(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT,
                   reinterpret_cast<const sockaddr*>(&*where), sizeof *where) >= 0;
 }
 

@@ -50,12 +50,10 @@ void StatePublisher::publish(std::unique_lock<std::mutex>& lock) {
     // Of the moment that it was due, so that the steps are even however late the thread is.
     const auto passed = passTime_(due);
     const std::string datagram = nextDatagram(world_);
-    const std::string address = world_.localAddress;
-    const auto port = world_.stream.port;
     const auto period = world_.stream.period;
-    lock.unlock();
-    if (!datagram.empty() && socket.send(address, port, datagram)) ++sent_;
-    lock.lock();
+    // With the mutex held, as it doesn't wait: once a request to stop has been answered nothing may come that
+    // a client would take for the stream that it asks for next.
+    if (!datagram.empty() && socket.send(world_.localAddress, world_.stream.port, datagram)) ++sent_;
     if (passed > due) due += (passed - due) / period * period;  // no moment twice
     due += period;
     const auto late = Clock::now() - due;

@@ -15,8 +15,8 @@
 
 namespace zivra::sim {
 
-// The thread reads the world and has time pass under the world's mutex and sends without it. start and stop
-// are called from any thread, one at a time; noticeChange with the mutex held.
+// The thread reads the world, has time pass and sends under the world's mutex; it never waits there. start
+// and stop are called from any thread, one at a time; noticeChange with the mutex held.
 class StatePublisher {
  public:
   using Clock = std::chrono::steady_clock;
