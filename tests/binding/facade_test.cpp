@@ -1,7 +1,5 @@
 // What facades send and hand back where they do more than to pass arguments on.
 #include <functional>
-#include <json/json.h>
-#include <memory>
 #include <optional>
 
 #include "binding/fixture.h"
@@ -30,97 +28,6 @@ class Facade : public RobotTest {
   Robot robot_;
   ErrorCode ec_;
 };
-
-struct Row {
-  const char* key;
-  const char* payload;
-  std::function<void(Robot&, ErrorCode&)> call;
-};
-
-clr::CartesianPosition at(double x) {
-  clr::CartesianPosition position;
-  position.trans = {x, 0, 0};
-  return position;
-}
-
-#define ORIGIN(x) R"({"elb":0.0,"rot":[0.0,0.0,0.0],"trans":[)" x R"(,0.0,0.0]})"
-#define START R"("point0":{"elb":0.0,"near":[0.5],"rot":[0.0,0.0,0.0],"trans":[0.0,0.0,0.0]},)"
-#define SIX_ZEROS "[0.0,0.0,0.0,0.0,0.0,0.0]"
-
-const Row rows[] = {
-    {"sys.ntp.config", R"({"server":""})", [](Robot& r, ErrorCode& ec) { r.configNtp(nullptr, ec); }},
-    {"move.jog_with_ext",
-     R"({"direction":true,"fixed_name":"track","index":1,"is_ext":false,"rate":0.25,"space":3,"step":2.0})",
-     [](Robot& r, ErrorCode& ec) {
-       r.startJogWithExt(clr::JogOpt::Space::toolFrame, 0.25, 2, 1, true, "track", false, ec);
-     }},
-    {"move.record.start", R"({"duration":30,"signals":[],"type":"time"})",
-     [](Robot& r, ErrorCode& ec) { r.startRecordPath(ec); }},
-    {"move.record.remove", R"("a")", [](Robot& r, ErrorCode& ec) { r.removePath("a", false, ec); }},
-    {"move.record.remove.all", "null", [](Robot& r, ErrorCode& ec) { r.removePath("a", true, ec); }},
-    {"user_log.query", R"({"filter":{"level":[]},"limit":3,"offset":7,"order":"time DESC"})",
-     [](Robot& r, ErrorCode& ec) { r.queryControllerLog(3, std::nullopt, 7, ec); }},
-    {"user_log.query", R"({"filter":{"level":["error"]},"limit":3,"offset":0,"order":"time DESC"})",
-     [](Robot& r, ErrorCode& ec) { r.queryControllerLog(3, clr::LogInfoLevel::err, ec); }},
-    {"utils.calibrate_frame",
-     R"({"aux":[1.0,0.0,0.0],"held":true,"points":[)" SIX_ZEROS ",[1.0,2.0,0.0,0.0,0.0,0.0],"
-     "[1.0,2.0,3.0,4.0,5.0,6.0]]"
-     R"(,"type":"wobj"})",
-     [](Robot& r, ErrorCode& ec) {
-       r.calibrateFrame(clr::FrameType::wobj, {{}, {1, 2}, {1, 2, 3, 4, 5, 6, 7}}, true, {1}, ec);
-     }},
-    {"safety.soft_limit", R"({"enable":true,"lower":)" SIX_ZEROS R"(,"upper":)" SIX_ZEROS "}",
-     [](Robot& r, ErrorCode& ec) { r.setSoftLimit(true, Array2<double>(0, 2), ec); }},
-    {"safety.soft_limit",
-     R"({"enable":true,"lower":[0.0,1.0,2.0,3.0,4.0,5.0],"upper":[0.5,1.5,2.5,3.5,4.5,5.5]})",
-     [](Robot& r, ErrorCode& ec) {
-       Array2<double> limits(8, 3);
-       for (std::size_t row = 0; row < 8; ++row) {
-         for (std::size_t column = 0; column < 3; ++column) limits.at(row, column) = row + column / 2.0;
-       }
-       r.setSoftLimit(true, limits, ec);
-     }},
-    {"safety.collision_detection",
-     R"({"compliance":0.5,"enable":true,"sensitivity":[1.0,2.0,0.0,0.0,0.0,0.0],)"
-     R"("action":{"behaviour":"fcimpedstop"}})",
-     [](Robot& r, ErrorCode& ec) {
-       r.enableCollisionDetection({1, 2}, clr::StopLevel::suppleStop, 0.5, ec);
-     }},
-    {"modbusRTU.can.send", R"({"send_frames":[]})",
-     [](Robot& r, ErrorCode& ec) { r.CANSendData("uint8", std::nullopt, ec); }},
-    {"move.path.check",
-     R"({"circle":{"angle":1.5,"rot_type":"rot_axis"},)" START
-     R"("point1":)" ORIGIN("1.0") R"(,"point2":)" ORIGIN("2.0") "}",
-     [](Robot& r, ErrorCode& ec) { r.checkPath(at(0), {0.5}, at(1), at(2), 1.5, 1.9, ec); }},
-    {"move.path.check", "{" START R"("point1":)" ORIGIN("1.0") R"(,"point2":)" ORIGIN("2.0") "}",
-     [](Robot& r, ErrorCode& ec) { r.checkPath(at(0), {0.5}, at(1), at(2), ec); }},
-    {"rail_param", R"({"name":"track"})",
-     [](Robot& r, ErrorCode& ec) { r.setRailParameter("name", "track", ec); }},
-    {"register.values", R"({"r":null})",
-     [](Robot& r, ErrorCode& ec) {
-       List<int> values{1};
-       r.readRegister("r", values, ec);
-     }},
-};
-
-TEST_F(Facade, SendsWhatTheNativeOperationWould) {
-  for (const Row& row : rows) {
-    controller_.answer(row.key, "0");
-    row.call(robot_, ec_);
-    const std::string text = sent(row.key);
-    // Members may come in any order: both sides go through one reader.
-    Json::Value frame, expected;
-    const auto parse = [](const std::string& json, Json::Value& value) {
-      const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-      return reader->parse(json.data(), json.data() + json.size(), &value, nullptr);
-    };
-    ASSERT_TRUE(parse(text, frame)) << row.key << ": " << text;
-    ASSERT_TRUE(parse(row.payload, expected)) << row.payload;
-    const Json::Value& form = frame[frame.isMember("c") ? "c" : frame.isMember("s") ? "s" : "g"];
-    EXPECT_EQ(form[row.key], expected) << text;
-    EXPECT_NE(ec_.value(), -99) << row.key;
-  }
-}
 
 TEST_F(Facade, ConversionFailsBeforeAnythingIsSent) {
   const auto before = controller_.requests().size();
