@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <limits>
 #include <optional>
@@ -15,6 +16,7 @@
 
 #include "binding/fixture.h"
 #include "clr/convert_moves.h"
+#include "support/temporary_folder.h"
 
 namespace zivra::clr {
 
@@ -216,15 +218,50 @@ TEST(Texts, ComeOutAsUtf8) {
   EXPECT_EQ(utf8CStringToString("\u00e9"), String("\u00e9"));
 }
 
-TEST(Texts, CodesetIsTheEnvironmentsAndTheProcessKeepsItsLocale) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) ::unsetenv(name);
+// What the environment says of the locale, for the length of a test; nothing at first.
+class Codesets : public testing::Test {
+ protected:
+  Codesets() : before_(std::setlocale(LC_ALL, nullptr)) {
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG", "LOCPATH"}) {
+      const char* value = std::getenv(name);
+      variables_.emplace_back(name, value == nullptr ? std::nullopt : std::optional<std::string>(value));
+      ::unsetenv(name);
+    }
+  }
+  ~Codesets() override {
+    for (const auto& [name, value] : variables_) {
+      value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
+    }
+    EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before_) << "the process keeps its locale";
+  }
+
+ private:
+  std::vector<std::pair<const char*, std::optional<std::string>>> variables_;
+  const std::string before_;
+};
+
+TEST_F(Codesets, WithoutALocaleAreUtf8) {
   EXPECT_EQ(environmentCodeset(), "UTF-8");
   for (const char* locale : {"C", "C.UTF-8", "xx_YY.nothing"}) {
     ::setenv("LC_ALL", locale, 1);
     EXPECT_EQ(environmentCodeset(), "UTF-8") << locale;
   }
-  EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);
+}
+
+TEST_F(Codesets, AreTheEnvironmentsLocales) {
+  const test::TemporaryFolder folder;
+  // It complains of what this locale lacks, and makes it.
+  (void)std::system("localedef -c -i POSIX -f ISO-8859-1 ./latin >localedef.txt 2>&1");
+  if (!std::filesystem::exists("latin/LC_CTYPE")) {
+    GTEST_SKIP() << "no Latin-1 locale can be made here: localedef or its charmap ISO-8859-1 is missing";
+  }
+  ::setenv("LOCPATH", folder.path().c_str(), 1);
+  for (const char* name : {"LANG", "LC_CTYPE", "LC_ALL"}) {
+    ::setenv(name, "latin", 1);
+    EXPECT_EQ(environmentCodeset(), "ISO-8859-1") << name;
+    ::setenv(name, "C.UTF-8", 1);  // the next one counts for more
+  }
+  EXPECT_EQ(environmentCodeset(), "UTF-8");
 }
 
 TEST(Payloads, KeepWhatTheyKnowAndDropTheRest) {
@@ -279,7 +316,10 @@ TEST(Moves, TakeWhatTheirKindKnows) {
   EXPECT_EQ((Numbers{lines[0].speed, lines[0].rotSpeed, lines[0].zone}), (Numbers{100, 0.6, 10}));
   EXPECT_EQ(lines[0].customInfo, "mine");
   EXPECT_EQ((Numbers{lines[1].speed, lines[1].rotSpeed, lines[1].zone}), (Numbers{-1, -1, -1}));
-  EXPECT_EQ(convertCartMove<MoveJCommand>(moves)[0].jointSpeed, 0.5);
+  const auto free = convertCartMove<MoveJCommand>(moves)[0];
+  EXPECT_EQ((Numbers{free.speed, free.jointSpeed, free.zone}), (Numbers{100, 0.5, 10}));
+  EXPECT_EQ(free.cartTargetOffset.frame.trans[0], 8);
+  EXPECT_EQ(free.customInfo, "mine");
   const auto joint = convertJointMove(moves)[0];
   EXPECT_EQ(joint.jointTarget.joints, (Numbers{0.1, 0.2}));
   EXPECT_EQ(joint.jointTarget.external, Numbers{0.3});
@@ -290,7 +330,8 @@ TEST(Moves, TakeWhatTheirKindKnows) {
   EXPECT_EQ(arc.auxPointOffset.type, zivra::CartesianPosition::Offset::Type::relTool);
   EXPECT_EQ(arc.auxPointOffset.frame.trans[0], 9);
   EXPECT_EQ(arc.cartTargetOffset.frame.trans[0], 8);
-  EXPECT_EQ(arc.rotSpeed, 0.6);
+  EXPECT_EQ((Numbers{arc.speed, arc.rotSpeed, arc.zone}), (Numbers{100, 0.6, 10}));
+  EXPECT_EQ(arc.customInfo, "mine");
   moves[0].cartTarget->trans = {1, 2};
   EXPECT_EQ(faultOf([&] { convertCartMove<MoveLCommand>(moves); }), Fault::indexOutOfRange);
   EXPECT_TRUE(moves[0].args->empty());
@@ -344,6 +385,8 @@ TEST(Moves, OfACircleReadAngleAndRotation) {
     EXPECT_EQ(circle.angle, row.angle);
     EXPECT_EQ(static_cast<int>(circle.rotType), row.rotation);
     EXPECT_EQ(circle.auxPoint.trans[0], 5);
+    EXPECT_EQ(circle.auxPointOffset.frame.trans[0], 9);
+    EXPECT_EQ(circle.cartTargetOffset.frame.trans[0], 8);
     EXPECT_EQ((Numbers{circle.speed, circle.rotSpeed, circle.zone}), (Numbers{100, 0.6, 10}));
     EXPECT_EQ(circle.customInfo, "mine");
     EXPECT_EQ(moves[0].args, row.after);
@@ -365,6 +408,8 @@ TEST(Moves, OfASpiralReadFourNumbers) {
     EXPECT_EQ((Numbers{spiral.radius, spiral.radiusStep, spiral.angle}), row.read);
     EXPECT_EQ(spiral.direction, row.direction);
     EXPECT_EQ((Numbers{spiral.speed, spiral.rotSpeed, spiral.zone}), (Numbers{100, 0.6, 0}));
+    EXPECT_EQ(spiral.cartTargetOffset.frame.trans[0], 8);
+    EXPECT_EQ(spiral.customInfo, "mine");
     EXPECT_EQ(moves[0].args, row.after);
   }
 }

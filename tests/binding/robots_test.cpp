@@ -1,5 +1,6 @@
 // Every class of the layer against a controller of its kind: which native object a call goes to, how long
 // things live, and where events go.
+#include <cmath>
 #include <functional>
 #include <memory>
 #include <string>
@@ -115,19 +116,43 @@ void useClass(const std::string& address) {
   done("states");
   EXPECT_EQ(states.joint_pos, robot.jointPos(ec));
   EXPECT_EQ(states.operation_mode, clr::OperateMode::manual);
-  Array2<double> limits;
+  Array2<double> limits, read;
   robot.getSoftLimit(limits, ec);
   done("limits");
   EXPECT_EQ(limits.rows(), axes);
   EXPECT_LT(limits.at(axes - 1, 0), limits.at(axes - 1, 1));
+  limits.at(axes - 1, 1) -= 0.01;
+  robot.setSoftLimit(true, limits, ec);
+  done("set limits");
+  robot.getSoftLimit(read, ec);
+  EXPECT_EQ(read.at(axes - 1, 1), limits.at(axes - 1, 1));
   robot.calibrateFrame(clr::FrameType::tool, List<Array<double>>(5), false, {}, ec);
   EXPECT_EQ(ec.value(), 259);
+  // Angles and poses, there and back, also with a tool.
+  clr::Toolset tool;
+  tool.end.trans = {0, 0, 0.1};
+  const auto samePose = [](const clr::CartesianPosition& a, const clr::CartesianPosition& b) {
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(a.trans.at(i), b.trans.at(i), 1e-6);
+  };
   const auto pose = robot.calcFk(states.joint_pos, ec);
   done("forward");
-  EXPECT_EQ(robot.calcIk(pose, ec).size(), axes);
+  const auto angles = robot.calcIk(pose, ec);
+  done("inverse");
+  samePose(robot.calcFk(angles, ec), pose);
+  const auto held = robot.calcFk(states.joint_pos, tool, ec);
+  done("forward with a tool");
+  const auto heldAngles = robot.calcIk(held, tool, ec);
+  done("inverse with a tool");
+  samePose(robot.calcFk(heldAngles, tool, ec), held);
+  EXPECT_GT(
+      std::hypot(held.trans[0] - pose.trans[0], held.trans[1] - pose.trans[1], held.trans[2] - pose.trans[2]),
+      0.05);
   Array<Array<int>> confs{{1}};
   const auto solutions = robot.calcAllIkSolutions(pose, confs, ec);
+  done("all solutions");
+  EXPECT_FALSE(solutions.empty());
   EXPECT_EQ(confs.size(), solutions.size());
+  for (const auto& one : solutions) EXPECT_EQ(one.size(), axes);
   expectNoDynamics(robot);
   const auto start = [&] { robot.startReceiveRobotState(8, {"no such field"}); };
   if (axes < 5) {
@@ -139,7 +164,14 @@ void useClass(const std::string& address) {
   EXPECT_EQ(faultOf([&] { robot.getStateData("q_m", value); }), Fault::api);  // there is no stream
   if constexpr (std::is_base_of_v<clr::Cobot, Robot>) {
     const auto force = robot.forceControl();
+    robot.setPowerState(true, ec);
+    force->fcInit(clr::FrameType::world, ec);
+    done("init");
+    force->setControlType(0, ec);
     force->setJointStiffness({}, ec);
+    done("stiffness");
+    robot.calibrateForceSensor(false, axes - 1, ec);
+    done("force sensor");
     robot.enableCollisionDetection(Array<double>(axes, 1.0), clr::StopLevel::stop1, 0.01, ec);
     done("collision detection");
     robot.disableCollisionDetection(ec);
@@ -158,9 +190,16 @@ void useClass(const std::string& address) {
   Robot later;
   EXPECT_EQ(faultOf([&] { later.jointTorque(ec); }), Fault::none);
   EXPECT_NE(ec.value(), 0);
-  later.connectToRobot(address);
+  later.connectToRobot(address, "127.0.0.1");
   EXPECT_EQ(later.jointPos(ec).size(), axes);
   done("later");
+  if constexpr (axes > 4) {
+    later.startReceiveRobotState(8, {"q_m"});
+    EXPECT_GT(later.updateRobotState(2000), 0u);
+    Array<double> streamed;
+    EXPECT_EQ(later.getStateData("q_m", streamed), 0);
+    EXPECT_EQ(streamed.size(), axes);
+  }
 }
 
 TEST_F(Managed, EachClassReachesItsNativeOne) {
