@@ -61,8 +61,11 @@ zivra_program_test(dotnet_ends_by_a_throwing_delegate MODEL tandi
   RUN ${endings} throw @address@)
 zivra_program_test(dotnet_ends_undisposed MODEL tandi CHECK --within 15 --last "^still connected: 0$"
   RUN ${endings} forget @address@)
+zivra_program_test(dotnet_ends_among_events MODEL tandi SIMULATOR --speed-factor 10
+  CHECK --within 15 RUN ${endings} events @address@)
 set_tests_properties(programs.dotnet_ends_in_a_delegate programs.dotnet_ends_by_a_delegate
-  programs.dotnet_ends_by_a_throwing_delegate programs.dotnet_ends_undisposed PROPERTIES FIXTURES_REQUIRED dotnet_endings)
+  programs.dotnet_ends_by_a_throwing_delegate programs.dotnet_ends_undisposed programs.dotnet_ends_among_events
+  PROPERTIES FIXTURES_REQUIRED dotnet_endings)
 
 # The benchmark of the binding runs, and measures something everywhere.
 if(ZIVRA_BUILD_BENCH)

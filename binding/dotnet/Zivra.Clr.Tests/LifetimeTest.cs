@@ -115,6 +115,31 @@ public sealed class LifetimeTest : IDisposable
         Assert.Empty(heard);
     }
 
+    [Fact]
+    public void ADelegateMayDisposeOfItsRobotWhileItCalls()
+    {
+        using var second = new Simulator("tandi", "--speed-factor", "10");
+        TandiRobot other = Moving(second);
+        var ended = new BlockingCollection<Exception>();
+        other.setEventWatcher(Event.moveExecution, info =>
+        {
+            try
+            {
+                Assert.Equal(PowerState.on, other.powerState(out _));
+                other.Dispose();
+                ended.Add(Record.Exception(() => other.powerState(out _)));
+            }
+            catch (Exception e)
+            {
+                ended.Add(e);
+            }
+        }, out ec);
+        Move(other, "last");
+        Assert.True(ended.TryTake(out Exception thrown, Limit));
+        Assert.IsType<ObjectDisposedException>(thrown);
+        robot.setEventWatcher(Event.moveExecution, null, out ec);
+    }
+
     [MethodImpl(MethodImplOptions.NoInlining)]
     private static (WeakReference, long) Forget(BaseRobot robot)
     {
@@ -151,8 +176,9 @@ public sealed class LifetimeTest : IDisposable
         robot.readRegister(null, 0, ref number, out ec);
         robot.readRegister("", 0, ref number, out ErrorCode same);
         Assert.Equal((same.value, same.message, 1), (ec.value, ec.message, number));
-        var none = new MoveCommand { customInfo = null };
-        Assert.Null(none.customInfo);  // the caller's own object stays as it is
+        var circle = new MoveCommand { customInfo = null };
+        robot.moveAppend(MoveCommand.Type.MoveCF, circle, ref id, out ec);
+        Assert.Equal((null, 2), (circle.customInfo, circle.args.Count));  // the caller's own object stays as it is
     }
 
     [Fact]

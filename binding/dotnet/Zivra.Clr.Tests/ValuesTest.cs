@@ -1,5 +1,4 @@
 using System;
-using System.Collections.Generic;
 using Xunit;
 using zivra.clr;
 
@@ -31,13 +30,5 @@ public class ValuesTest
         Assert.Equal(new double[] { 4, 5, 6 }, copied.rpy);
         Assert.Throws<IndexOutOfRangeException>(() => new Frame(new double[5]));
         Assert.Same(trans, new Frame(trans, rpy).trans);
-    }
-
-    [Fact]
-    public void EnumerationsHaveTheNativeNumbers()
-    {
-        Assert.Equal((-1, 11, 10, 6, 7), ((int)PowerState.unknown, Enum.GetValues<OperationState>().Length - 1,
-            (int)SegmentFrame.stiffness, (int)MoveCommand.Type.MoveWait, (int)BackupItem.sdkRecordPath));
-        Assert.Equal((3, 7), ((int)NorvilOpt.Vout.supply24v, (int)JogOpt.Space.baseParallelMode));
     }
 }
