@@ -80,8 +80,8 @@ class NativeFace final : public Face {
 
 clr::List<clr::MoveCommand> managedMoves(std::size_t count) {
   clr::MoveCommand move;
-  move.cartTarget.trans = {0.4, 0.1234567, 0.5};
-  move.cartTarget.rpy = {3.14159, 0.2, -3.1};
+  move.cartTarget->trans = {0.4, 0.1234567, 0.5};
+  move.cartTarget->rpy = {3.14159, 0.2, -3.1};
   move.speed = 200;
   move.zone = 5;
   return clr::List<clr::MoveCommand>(count, move);
