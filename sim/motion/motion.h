@@ -177,14 +177,14 @@ class Motion {
   // 0, or -18 where the queue is full, and then nothing is queued. Moves are judged when their turn comes:
   // what is wrong with one ends everything with its error notice, in the order of the moves.
   int append(std::vector<Move> batch);
-  int start();                        // "move.continue": 0, or -1 with nothing to do
-  void pause();                       // decelerates and stands; the queue is kept
-  void stop();                        // decelerates, then the queue is gone; a jog leaves the queue alone
-  void halt();                        // at once (emergency stop, power off); the queue is gone
-  void reset();  // drops the queue; the move under way decelerates
-  int jog(const Jog& jog);            // 0 or why not; the queue waits meanwhile
-  void failNext(int code);            // the next move that begins ends with this code
-  void setOverride(double rate);      // 0..1, also while moving
+  int start();                    // "move.continue": 0, or -1 with nothing to do
+  void pause();                   // decelerates and stands; the queue is kept
+  void stop();                    // decelerates, then the queue is gone; a jog leaves the queue alone
+  void halt();                    // at once (emergency stop, power off); the queue is gone
+  void reset();                   // drops the queue; the move under way decelerates
+  int jog(const Jog& jog);        // 0 or why not; the queue waits meanwhile
+  void failNext(int code);        // the next move that begins ends with this code
+  void setOverride(double rate);  // 0..1, also while moving
   double overrideRate() const;
   bool moving() const;  // the arm is in motion (or in a wait)
   bool jogging() const;

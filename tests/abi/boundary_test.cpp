@@ -20,7 +20,8 @@
 namespace {
 
 // The largest block of memory that there is.
-std::atomic<std::size_t> largestBlock{std::numeric_limits<std::size_t>::max()};
+constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+std::atomic<std::size_t> largestBlock{unlimited};
 
 }  // namespace
 
@@ -63,13 +64,15 @@ struct Reply {
 };
 
 Reply callWith(std::uint64_t self, std::int32_t operation, const std::vector<std::uint8_t>& arguments,
-               std::int32_t room = 1 << 16) {
+               std::int32_t room = 1 << 16, std::size_t memory = unlimited) {
   Reply reply;
   reply.bytes = arguments;  // one buffer both ways, as the assembly has it
   reply.bytes.resize(std::max(arguments.size(), static_cast<std::size_t>(room)));
+  largestBlock = memory;
   const std::int32_t size =
       zivra_clr_call(self, operation, reply.bytes.data(), static_cast<std::int32_t>(arguments.size()),
                      reply.bytes.data(), room);
+  largestBlock = unlimited;
   reply.bytes.resize(static_cast<std::size_t>(size));
   if (size > room) {
     EXPECT_EQ(zivra_clr_take(reply.bytes.data(), room), size) << "too little room takes nothing";
@@ -210,9 +213,8 @@ TEST(Calls, EachFaultHasItsNumber) {
 TEST(Calls, ThatRunOutOfMemorySaySo) {
   const Held robot("TandiRobot");
   const auto arguments = message(String("range"), Array<double>(1 << 18));
-  largestBlock = 1 << 20;
-  Reply reply = callWith(robot.number, numberOf("BaseRobot", "setRailParameter", 4), arguments);
-  largestBlock = std::numeric_limits<std::size_t>::max();
+  Reply reply =
+      callWith(robot.number, numberOf("BaseRobot", "setRailParameter", 4), arguments, 1 << 16, 1 << 20);
   EXPECT_EQ(reply.fault, 9);
   EXPECT_FALSE(reply.get<String>().isNull());
   EXPECT_NO_THROW(reply.reader.end());

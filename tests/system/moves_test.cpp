@@ -195,7 +195,7 @@ TEST_F(Moves, AThousandGoThroughASmallWindow) {
     if (i == 0) robot.moveStart(ec);
   }
   EXPECT_FALSE(ec) << ec.message();
-  ASSERT_TRUE(moving.waitForFinishes(count));
+  for (int some = 100; some <= count; some += 100) ASSERT_TRUE(moving.waitForFinishes(some));
   ASSERT_TRUE(controller.waitUntilIdle(longestWait));
   const auto finishes = moving.finishes();
   ASSERT_EQ(finishes.size(), static_cast<std::size_t>(count));
