@@ -20,9 +20,36 @@ void expect(int code, const char* what) {
   if (code != 0) throw std::runtime_error(std::string(what) + ": " + std::to_string(code));
 }
 
-class NativeFace final : public Face {
+// What a robot's own class and the managed layer's are called alike for.
+template <class Robot, class ErrorCode>
+class RobotFace : public Face {
  public:
-  NativeFace(const std::string& peer, const std::string& own) : robot_(peer, own) {
+  RobotFace(const std::string& peer, const std::string& own) : robot_(peer, own) {}
+  void powerState() override {
+    robot_.powerState(ec_);
+    expect(ec_.value(), "powerState");
+  }
+  void moveReset() override {
+    robot_.moveReset(ec_);
+    expect(ec_.value(), "moveReset");
+  }
+  void moveStart() override {
+    robot_.moveStart(ec_);
+    expect(ec_.value(), "moveStart");
+  }
+  void stop() override {
+    robot_.stop(ec_);
+    expect(ec_.value(), "stop");
+  }
+
+ protected:
+  Robot robot_;
+  ErrorCode ec_;
+};
+
+class NativeFace final : public RobotFace<TandiRobot, std::error_code> {
+ public:
+  NativeFace(const std::string& peer, const std::string& own) : RobotFace(peer, own) {
     for (std::size_t moves = 0; moves <= mostMoves; ++moves) {
       moves_.emplace_back(moves, MoveLCommand({0.4, 0.1234567, 0.5, 3.14159, 0.2, -3.1}, 200, 5));
     }
@@ -38,17 +65,9 @@ class NativeFace final : public Face {
            robot_.getStateData("q_m", q_) == 0 && robot_.getStateData("dq_m", dq_) == 0 &&
            robot_.getStateData("tau_m", tau_) == 0;
   }
-  void powerState() override {
-    robot_.powerState(ec_);
-    expect(ec_.value(), "powerState");
-  }
   void moveAppend(std::size_t moves) override {
     robot_.moveAppend(moves_[moves], id_, ec_);
     expect(ec_.value(), "moveAppend");
-  }
-  void moveReset() override {
-    robot_.moveReset(ec_);
-    expect(ec_.value(), "moveReset");
   }
   void watch(Heard& heard) override {
     robot_.setEventWatcher(
@@ -59,19 +78,9 @@ class NativeFace final : public Face {
         },
         ec_);
   }
-  void moveStart() override {
-    robot_.moveStart(ec_);
-    expect(ec_.value(), "moveStart");
-  }
-  void stop() override {
-    robot_.stop(ec_);
-    expect(ec_.value(), "stop");
-  }
 
  private:
-  TandiRobot robot_;
   std::vector<std::vector<MoveLCommand>> moves_;
-  std::error_code ec_;
   std::string id_;
   std::uint64_t ts_ = 0;
   double real_ = 0;
@@ -87,9 +96,9 @@ clr::List<clr::MoveCommand> managedMoves(std::size_t count) {
   return clr::List<clr::MoveCommand>(count, move);
 }
 
-class LayerFace final : public Face {
+class LayerFace final : public RobotFace<clr::TandiRobot, clr::ErrorCode> {
  public:
-  LayerFace(const std::string& peer, const std::string& own) : robot_(peer, own) {
+  LayerFace(const std::string& peer, const std::string& own) : RobotFace(peer, own) {
     for (std::size_t moves = 0; moves <= mostMoves; ++moves) moves_.push_back(managedMoves(moves));
   }
   const char* name() const override { return "zivra::clr"; }
@@ -101,17 +110,9 @@ class LayerFace final : public Face {
            robot_.getStateData("psi_m", real_) == 0 && robot_.getStateData("q_m", q_) == 0 &&
            robot_.getStateData("dq_m", dq_) == 0 && robot_.getStateData("tau_m", tau_) == 0;
   }
-  void powerState() override {
-    robot_.powerState(ec_);
-    expect(ec_.value(), "powerState");
-  }
   void moveAppend(std::size_t moves) override {
     robot_.moveAppend(clr::MoveCommand::Type::MoveL, moves_[moves], id_, ec_);
     expect(ec_.value(), "moveAppend");
-  }
-  void moveReset() override {
-    robot_.moveReset(ec_);
-    expect(ec_.value(), "moveReset");
   }
   void watch(Heard& heard) override {
     robot_.setEventWatcher(
@@ -124,19 +125,9 @@ class LayerFace final : public Face {
         },
         ec_);
   }
-  void moveStart() override {
-    robot_.moveStart(ec_);
-    expect(ec_.value(), "moveStart");
-  }
-  void stop() override {
-    robot_.stop(ec_);
-    expect(ec_.value(), "stop");
-  }
 
  private:
-  clr::TandiRobot robot_;
   std::vector<clr::List<clr::MoveCommand>> moves_;
-  clr::ErrorCode ec_{0, ""};
   clr::String id_;
   std::uint64_t ts_ = 0;
   double real_ = 0;
