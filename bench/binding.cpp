@@ -282,11 +282,12 @@ void binding(const Peer& peer, const std::string& managedProgram, bool quick) {
   fmt::print("\nManaged binding, us a call; the machine's load at the beginning: {:.1f}\n", loadAverage());
   fmt::print("{:<36} {:<12} {:>7} {:>9} {:>9} {:>8}  {}\n", "what", "through", "rounds", "median", "p99",
              "to C++", "target");
-  // The managed side compiles what is called often again, in the background and twice.
-  for (int turn = 0; turn < (quick ? 2 : 5); ++turn) {
+  // The managed side compiles what is called often again, in the background and twice, each time after a
+  // while in which nothing new was called.
+  for (int turn = 0; turn < (quick ? 2 : 10); ++turn) {
     for (const auto& side : sides) {
       for (const Kind kind : {state, powerState, oneMove, tenMoves, oneEvent, manyEvents}) {
-        if (side->has(kind)) side->run(kind, kind == state ? 200 : 40);
+        if (side->has(kind)) side->run(kind, kind == state ? 2000 : 40);
       }
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(200));

@@ -1,7 +1,6 @@
 #include "abi/objects.h"
 
 #include <mutex>
-#include <shared_mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -10,7 +9,7 @@ namespace {
 
 /// Never destroyed: a robot that nobody disposed of may still deliver events while the process ends.
 struct Table {
-  std::shared_mutex mutex;
+  std::mutex mutex;
   std::unordered_map<std::uint64_t, Object> objects;
   std::uint64_t last = 0;
 };
@@ -31,7 +30,7 @@ std::uint64_t addObject(Object object) {
 
 template <class Root>
 std::shared_ptr<Root> findObject(std::uint64_t number) {
-  const std::shared_lock lock(table().mutex);
+  const std::lock_guard lock(table().mutex);
   const auto found = table().objects.find(number);
   if (found == table().objects.end()) throw BoundaryFault(kDisposed, "");
   const auto* object = std::get_if<std::shared_ptr<Root>>(&found->second);
