@@ -30,6 +30,8 @@ class Facade : public RobotTest {
 };
 
 TEST_F(Facade, ConversionFailsBeforeAnythingIsSent) {
+  ErrorCode answered;
+  robot_.powerState(answered);  // whatever connecting sends without waiting has come by then
   const auto before = controller_.requests().size();
   const clr::Frame broken(Array<double>(2), Array<double>(3));
   Array2<double> limits(5, 2), narrow(6, 1);
