@@ -25,13 +25,14 @@ std::atomic<std::size_t> largestBlock{unlimited};
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined, so that the compiler doesn't take the one's block for none of the other's.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   void* block = size > largestBlock ? nullptr : std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t /*size*/) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t /*size*/) noexcept { std::free(block); }
 
 namespace zivra::clr::abi {
 namespace {
