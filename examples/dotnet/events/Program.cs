@@ -1,7 +1,7 @@
 // Hears all kinds of events of a robot for some seconds, and prints them.
 using zivra.clr;
 
-if (args.Length < 1 || args.Length > 2) { Console.Error.WriteLine("usage: events ADDRESS [SECONDS]"); return 2; }
+if (args.Length < 1 || args.Length > 2 || args[0].StartsWith("-")) { Console.Error.WriteLine("usage: events ADDRESS [SECONDS]"); return 2; }
 double seconds = 10;
 if (args.Length == 2 && !(double.TryParse(args[1], out seconds) && seconds > 0 && seconds <= 86400))
 {

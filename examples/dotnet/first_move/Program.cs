@@ -2,7 +2,7 @@
 using System.Collections.Concurrent;
 using zivra.clr;
 
-if (args.Length != 1) { Console.Error.WriteLine("usage: first_move ADDRESS"); return 2; }
+if (args.Length != 1 || args[0].StartsWith("-")) { Console.Error.WriteLine("usage: first_move ADDRESS"); return 2; }
 void Check(ErrorCode ec) { if (ec.value != 0) throw new ApiException($"{ec.message} ({ec.value})"); }
 try
 {

@@ -2,7 +2,7 @@
 using System.Diagnostics;
 using zivra.clr;
 
-if (args.Length != 2) { Console.Error.WriteLine("usage: state_stream ADDRESS OWN_ADDRESS"); return 2; }
+if (args.Length != 2 || args[0].StartsWith("-")) { Console.Error.WriteLine("usage: state_stream ADDRESS OWN_ADDRESS"); return 2; }
 try
 {
     using var robot = new TandiRobot(args[0], args[1]);
