@@ -2,42 +2,23 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <memory>
-#include <mutex>
 #include <utility>
 
 #include "clr/base_robot.h"
 #include "clr/facade.h"
+#include "core/user_function.h"
 
 namespace zivra::clr {
 
 namespace {
 
-// The process's delegates, one a kind of event. Any thread: watchers share, whoever sets one swaps, and no
-// delegate is called, copied or destroyed under the lock.
-class EventDelegates {
- public:
-  using Shared = std::shared_ptr<const EventCallbackDelegate>;
-  void set(std::size_t kind, EventCallbackDelegate delegate) {
-    Shared next;
-    if (delegate) next = std::make_shared<const EventCallbackDelegate>(std::move(delegate));
-    const std::lock_guard lock(mutex_);
-    delegates_[kind].swap(next);
-  }
-  Shared get(std::size_t kind) {
-    const std::lock_guard lock(mutex_);
-    return delegates_[kind];
-  }
-  static constexpr std::size_t kinds = 4;
+constexpr std::size_t eventKinds = 4;
 
- private:
-  std::mutex mutex_;
-  std::array<Shared, kinds> delegates_;
-};
-
-EventDelegates& delegates() {
-  static auto& all = *new EventDelegates();  // native threads may outlive main
-  return all;
+// The process's delegate for a kind of event.
+auto& delegateOf(std::size_t kind) {
+  using Delegates = std::array<internal::UserFunction<void(const Dictionary&)>, eventKinds>;
+  static auto& all = *new Delegates();  // native threads may outlive main
+  return all[kind];
 }
 
 }  // namespace
@@ -45,13 +26,14 @@ EventDelegates& delegates() {
 void BaseRobot::setEventWatcher(Event eventType, EventCallbackDelegate callback, ErrorCode& ec) {
   if (robot == nullptr) throw NullReferenceException();
   const auto kind = static_cast<std::size_t>(eventType);
-  if (kind >= EventDelegates::kinds) {
+  if (kind >= eventKinds) {
     ec = convertErrorCode({});
     return;
   }
-  delegates().set(kind, std::move(callback));
+  delegateOf(kind).set(std::move(callback));
   const auto thunk = [kind](const zivra::EventInfo& info) {
-    if (const auto delegate = delegates().get(kind)) (*delegate)(_convertCallback(info));
+    const auto delegate = delegateOf(kind).get();
+    if (*delegate) (*delegate)(_convertCallback(info));
   };
   reporting(ec, [&](std::error_code& code) { robot->setEventWatcher(eventType, thunk, code); });
 }

@@ -36,9 +36,8 @@ class Forwarding : public RobotTest {
     controller_.answer("norvil_support_rs485_param", "2");
     controller_.answer("ix.sdk.import_project", R"({"data":{"project_name":"p_1"}})");
     controller_.answer("eci.file_transfer.import_project_file", R"({"data":{"file_name":"a.json"}})");
-    for (const char* key : {"eci.fc.set_callback", "eci.fc.set", "eci.fc.overlay", "eci.fc.monitor"}) {
+    for (const char* key : {"eci.fc.set_callback", "eci.fc.set", "eci.fc.overlay", "eci.fc.monitor"})
       controller_.answer(key, "0");
-    }
     std::ofstream("p.zip") << "abc";
     std::ofstream("a.json") << "abc";
     robot_.connectToRobot(address());
